@@ -1,0 +1,75 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace sim {
+
+enum class Kind {
+    Form,
+    Frame,
+    Label,
+    TextBox,
+    OptionButton,
+    CheckBox,
+    Button,
+    ComboBox,
+    ListBox,
+    Timer,
+    Socket,
+    SaveDialog
+};
+
+// Colours: a fixed grey and the system's button face are two different colours.
+enum class Back { Default, Grey, ButtonFace };
+inline constexpr unsigned kGrey = 0xC0C0C0;
+
+// Arial 9 pt regular unless said otherwise; FormDefault is the form's own default font.
+enum class Font { Regular, Bold, List, FormDefault };
+
+// The fixed entries of the combo boxes.
+enum class Entries { None, Seconds, Count, Milliseconds };
+
+enum Flag : unsigned {
+    kDisabled = 1U << 0,
+    kSelected = 1U << 1,
+    kRightAligned = 1U << 2,
+    kReadOnly = 1U << 3,
+    kBorderless = 1U << 4,
+};
+
+// Twips, relative to the holder's top-left corner.
+struct Geometry {
+    int left = 0;
+    int top = 0;
+    int width = 0;
+    int height = 0;
+};
+
+inline constexpr int kTwipsPerPixel = 15;
+
+// One control as it is stored with the form: its design state.
+struct ControlSpec {
+    std::string_view name;
+    int index; // member of a control array, or -1
+    Kind kind;
+    std::string_view holder; // "form" for the form itself
+    int tab;
+    Geometry geometry;
+    std::string_view caption; // caption, or the design text; "&&" shows one ampersand
+    unsigned flags;
+    Back back;
+    Font font;
+    Entries entries;
+    int interval = 0; // timers: design Interval in ms
+};
+
+// Every control of the form in order of holder, then of tab order, followed by the timers, the sockets
+// and the Save dialog.
+std::span<const ControlSpec> controlTable();
+
+// The form itself.
+inline constexpr int kDesignClientWidth = 10965;
+inline constexpr int kDesignClientHeight = 10635;
+
+} // namespace sim

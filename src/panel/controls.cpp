@@ -1,0 +1,378 @@
+#include "panel/controls.h"
+
+#include "panel/panel.h"
+#include "platform/runtime_failure.h"
+
+#include <algorithm>
+
+namespace sim {
+namespace {
+
+constexpr int kInvalidPropertyValue = 380;
+constexpr int kCancelSelected = 32755;
+
+RuntimeFailure invalidValue() { return RuntimeFailure(kInvalidPropertyValue, QStringLiteral("Invalid property value")); }
+
+unsigned designBack(const ControlSpec& spec) {
+    switch (spec.back) {
+    case Back::Grey:
+        return kGrey;
+    case Back::ButtonFace:
+        return 0x8000000F; // the system colour index of the button face
+    case Back::Default:
+        break;
+    }
+    return 0x80000005; // the system colour index of a window's background
+}
+
+QStringList designEntries(Entries entries) {
+    QStringList list;
+    switch (entries) {
+    case Entries::Seconds:
+        for (int i = 1; i <= 15; ++i) {
+            list << QString::number(i);
+        }
+        break;
+    case Entries::Count:
+        list << QStringLiteral("Endless");
+        for (int i = 1; i <= 50; ++i) {
+            list << QString::number(i);
+        }
+        break;
+    case Entries::Milliseconds:
+        for (int i = 100; i <= 900; i += 100) {
+            list << QString::number(i);
+        }
+        for (int i = 1000; i <= 30000; i += 1000) {
+            list << QString::number(i);
+        }
+        break;
+    case Entries::None:
+        break;
+    }
+    return list;
+}
+
+} // namespace
+
+// ---- Control ----
+
+Control::Control(Panel& panel, const ControlSpec& spec)
+    : panel_(panel), spec_(spec), enabled_((spec.flags & kDisabled) == 0) {}
+
+QString Control::name() const {
+    QString n = QString::fromLatin1(spec_.name);
+    if (spec_.index >= 0) {
+        n += QStringLiteral("(%1)").arg(spec_.index);
+    }
+    return n;
+}
+
+void Control::setEnabled(bool on) {
+    if (enabled_ != on) {
+        enabled_ = on;
+        changed(Prop::Enabled);
+    }
+}
+
+bool Control::takesInput() const {
+    for (const Control* c = this; c != nullptr; c = c->holder()) {
+        if (!c->enabled()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Control::canHoldFocus() const {
+    switch (kind()) {
+    case Kind::TextBox:
+    case Kind::OptionButton:
+    case Kind::CheckBox:
+    case Kind::Button:
+    case Kind::ComboBox:
+    case Kind::ListBox:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void Control::setFocus() {
+    if (!canHoldFocus() || !takesInput()) {
+        throw RuntimeFailure(failure::kInvalidProcedureCall, QStringLiteral("Invalid procedure call or argument"));
+    }
+    panel_.moveFocus(this);
+}
+
+void Control::changed(Prop prop) { panel_.notify(this, prop); }
+
+// ---- Label, Button ----
+
+Label::Label(Panel& panel, const ControlSpec& spec) : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
+
+void Label::setCaption(const QString& caption) {
+    if (caption_ != caption) {
+        caption_ = caption;
+        changed(Prop::Caption);
+    }
+}
+
+Button::Button(Panel& panel, const ControlSpec& spec) : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
+
+void Button::setCaption(const QString& caption) {
+    if (caption_ != caption) {
+        caption_ = caption;
+        changed(Prop::Caption);
+    }
+}
+
+// ---- OptionButton, CheckBox ----
+
+OptionButton::OptionButton(Panel& panel, const ControlSpec& spec)
+    : Control(panel, spec), value_((spec.flags & kSelected) != 0) {}
+
+void OptionButton::setValue(bool on) {
+    if (value_ == on) {
+        return;
+    }
+    value_ = on;
+    if (on) {
+        for (Control* c : panel_.controls()) {
+            if (c != this && c->kind() == Kind::OptionButton && c->holder() == holder()) {
+                auto* other = static_cast<OptionButton*>(c);
+                if (other->value_) {
+                    other->value_ = false;
+                    other->changed(Prop::Value);
+                }
+            }
+        }
+    }
+    changed(Prop::Value);
+    if (on && Click) {
+        Click();
+    }
+}
+
+CheckBox::CheckBox(Panel& panel, const ControlSpec& spec) : Control(panel, spec) {}
+
+void CheckBox::setValue(Int16 value) {
+    if (value < 0 || value > 2) {
+        throw invalidValue();
+    }
+    if (value_ == value) {
+        return;
+    }
+    value_ = value;
+    changed(Prop::Value);
+    if (Click) {
+        Click();
+    }
+}
+
+// ---- TextBox ----
+
+TextBox::TextBox(Panel& panel, const ControlSpec& spec)
+    : Control(panel, spec), text_(QString::fromLatin1(spec.caption)), backColor_(designBack(spec)) {}
+
+void TextBox::setText(const QString& text) { replaceText(text, 0); }
+
+void TextBox::replaceText(const QString& text, int caret) {
+    const bool differs = text_ != text;
+    text_ = text;
+    selStart_ = std::clamp(caret, 0, static_cast<int>(std::min<qsizetype>(text_.size(), Int16::kMax)));
+    selLength_ = 0;
+    changed(Prop::Text);
+    if (differs && Change) {
+        Change();
+    }
+}
+
+void TextBox::applyOperatorEdit(const QString& text, int caret) { replaceText(text, caret); }
+
+void TextBox::setSelStart(int start) {
+    if (start < 0) {
+        throw invalidValue();
+    }
+    selStart_ = static_cast<int>(std::min<qsizetype>(start, text_.size()));
+    selLength_ = 0;
+    changed(Prop::Selection);
+}
+
+void TextBox::setSelLength(int length) {
+    if (length < 0) {
+        throw invalidValue();
+    }
+    selLength_ = static_cast<int>(std::min<qsizetype>(length, text_.size() - selStart_));
+    changed(Prop::Selection);
+}
+
+QString TextBox::selText() const { return text_.mid(selStart_, selLength_); }
+
+void TextBox::setSelText(const QString& text) {
+    const int start = selStart_;
+    QString next = text_;
+    next.replace(start, selLength_, text);
+    replaceText(next, start + static_cast<int>(text.size()));
+}
+
+void TextBox::setBackColor(unsigned colour) {
+    if (backColor_ != colour) {
+        backColor_ = colour;
+        changed(Prop::BackColor);
+    }
+}
+
+// ---- ComboBox ----
+
+ComboBox::ComboBox(Panel& panel, const ControlSpec& spec)
+    : Control(panel, spec), entries_(designEntries(spec.entries)), backColor_(designBack(spec)) {}
+
+void ComboBox::setText(const QString& text) {
+    if (text_ != text) {
+        text_ = text;
+        changed(Prop::Text);
+    }
+}
+
+void ComboBox::setListIndex(int index) {
+    if (index < -1 || index >= entries_.size()) {
+        throw invalidValue();
+    }
+    listIndex_ = index;
+    changed(Prop::ListIndex);
+    if (index >= 0) {
+        setText(entries_.at(index));
+    }
+}
+
+void ComboBox::setBackColor(unsigned colour) {
+    if (backColor_ != colour) {
+        backColor_ = colour;
+        changed(Prop::BackColor);
+    }
+}
+
+// ---- ListBox ----
+
+void ListBox::addItem(const QString& row) {
+    rows_.push_back(row);
+    changed(Prop::Rows);
+}
+
+void ListBox::removeItem(int index) {
+    if (index < 0 || static_cast<std::size_t>(index) >= rows_.size()) {
+        throw invalidValue();
+    }
+    rows_.erase(rows_.begin() + index);
+    if (listIndex_ == index) {
+        listIndex_ = -1;
+    } else if (listIndex_ > index) {
+        --listIndex_;
+    }
+    changed(Prop::Rows);
+}
+
+void ListBox::clear() {
+    rows_.clear();
+    listIndex_ = -1;
+    changed(Prop::Rows);
+}
+
+void ListBox::setListIndex(int index) {
+    if (index < -1 || index >= static_cast<int>(rows_.size())) {
+        throw invalidValue();
+    }
+    listIndex_ = index;
+    changed(Prop::ListIndex);
+}
+
+// ---- Timer ----
+
+Timer::Timer(Panel& panel, const ControlSpec& spec, TimerFactory& timers)
+    : Control(panel, spec), interval_(spec.interval), timer_(timers.createTimer([this] { tick(); })) {
+    rearm();
+}
+
+void Timer::setInterval(int ms) {
+    if (ms < 0 || ms > 65535) {
+        throw invalidValue();
+    }
+    interval_ = ms;
+    rearm();
+}
+
+void Timer::setEnabled(bool on) {
+    Control::setEnabled(on);
+    rearm();
+}
+
+void Timer::rearm() {
+    running_ = enabled() && interval_ > 0;
+    if (running_) {
+        timer_->start(interval_);
+    } else {
+        timer_->stop();
+    }
+}
+
+void Timer::tick() {
+    if (!running_ || inHandler_ || !Tick) {
+        return;
+    }
+    inHandler_ = true;
+    struct Reset {
+        bool& flag;
+        ~Reset() { flag = false; }
+    } reset{inHandler_};
+    panel_.dispatch(Tick);
+}
+
+// ---- SaveDialog ----
+
+SaveDialog::SaveDialog(Panel& panel, const ControlSpec& spec, Dialogs& dialogs) : Control(panel, spec), dialogs_(dialogs) {}
+
+void SaveDialog::ShowSave() {
+    SaveDialogRequest request;
+    request.fileName = FileName;
+    request.filter = Filter;
+    request.filterIndex = FilterIndex;
+    request.promptOverwrite = (Flags & 2) != 0;
+    if (auto chosen = dialogs_.showSave(request)) {
+        FileName = *chosen;
+    } else if (CancelError) {
+        throw RuntimeFailure(kCancelSelected, QStringLiteral("Cancel was selected."), QStringLiteral("CommonDialog"));
+    }
+}
+
+// ---- Form ----
+
+void Form::setWidth(int twips) {
+    if (width_ != twips) {
+        width_ = twips;
+        panel_.notify(nullptr, Prop::Size);
+        if (Resize) {
+            Resize();
+        }
+    }
+}
+
+void Form::setHeight(int twips) {
+    if (height_ != twips) {
+        height_ = twips;
+        panel_.notify(nullptr, Prop::Size);
+        if (Resize) {
+            Resize();
+        }
+    }
+}
+
+void Form::resized(int widthTwips, int heightTwips) {
+    width_ = widthTwips;
+    height_ = heightTwips;
+    if (Resize) {
+        Resize();
+    }
+}
+
+} // namespace sim

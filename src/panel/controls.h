@@ -1,0 +1,235 @@
+#pragma once
+
+#include "panel/control_table.h"
+#include "platform/int16.h"
+#include "platform/seam.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <deque>
+#include <functional>
+#include <memory>
+
+namespace sim {
+
+class Panel;
+
+// What changed on a control, for whoever mirrors the panel on a screen.
+enum class Prop { Text, Caption, Enabled, Value, Selection, BackColor, ListIndex, Rows, Size, Focus };
+
+// A control of the form: its design state from the control table, and the members the handlers use.
+class Control {
+public:
+    Control(Panel& panel, const ControlSpec& spec);
+    virtual ~Control() = default;
+    Control(const Control&) = delete;
+    Control& operator=(const Control&) = delete;
+
+    const ControlSpec& spec() const { return spec_; }
+    Kind kind() const { return spec_.kind; }
+    QString name() const; // with the index of a control array member: "txtStep(2)"
+    Control* holder() const { return holder_; }
+    void setHolder(Control* holder) { holder_ = holder; }
+
+    bool enabled() const { return enabled_; }
+    virtual void setEnabled(bool on);
+    // True when the operator can reach the control: it and every holder up to the form are enabled.
+    bool takesInput() const;
+    // Buttons, options, check boxes, text and combo boxes and the list can hold the focus.
+    bool canHoldFocus() const;
+    void setFocus();
+
+    std::function<void()> Click;
+    std::function<void()> GotFocus;
+    std::function<void()> LostFocus;
+
+protected:
+    void changed(Prop prop);
+    Panel& panel_;
+
+private:
+    const ControlSpec& spec_;
+    Control* holder_ = nullptr;
+    bool enabled_;
+};
+
+class Frame : public Control {
+public:
+    using Control::Control;
+    QString caption() const { return QString::fromLatin1(spec().caption); }
+};
+
+class Label : public Control {
+public:
+    Label(Panel& panel, const ControlSpec& spec);
+    const QString& caption() const { return caption_; }
+    void setCaption(const QString& caption);
+
+private:
+    QString caption_;
+};
+
+class Button : public Control {
+public:
+    Button(Panel& panel, const ControlSpec& spec);
+    const QString& caption() const { return caption_; }
+    void setCaption(const QString& caption);
+
+private:
+    QString caption_;
+};
+
+// Selecting a member deselects the others of its holder. Click runs when the value turns true.
+class OptionButton : public Control {
+public:
+    OptionButton(Panel& panel, const ControlSpec& spec);
+    QString caption() const { return QString::fromLatin1(spec().caption); }
+    bool value() const { return value_; }
+    void setValue(bool on);
+
+private:
+    bool value_;
+};
+
+// Value 0 unchecked, 1 checked, 2 greyed; Click runs whenever the value changes.
+class CheckBox : public Control {
+public:
+    CheckBox(Panel& panel, const ControlSpec& spec);
+    QString caption() const { return QString::fromLatin1(spec().caption); }
+    Int16 value() const { return value_; }
+    void setValue(Int16 value);
+
+private:
+    Int16 value_;
+};
+
+class TextBox : public Control {
+public:
+    TextBox(Panel& panel, const ControlSpec& spec);
+
+    const QString& text() const { return text_; }
+    void setText(const QString& text); // Change runs when the text differs
+    Int16 selStart() const { return selStart_; }
+    void setSelStart(int start);
+    Int16 selLength() const { return selLength_; }
+    void setSelLength(int length);
+    QString selText() const;
+    void setSelText(const QString& text); // replaces the selection; Change runs when the text differs
+    unsigned backColor() const { return backColor_; }
+    void setBackColor(unsigned colour);
+    bool readOnly() const { return (spec().flags & kReadOnly) != 0; }
+
+    // What the operator's edit control did: the new text and caret. Runs Change when the text differs.
+    void applyOperatorEdit(const QString& text, int caret);
+
+    std::function<void()> Change;
+    std::function<void(Int16& keyAscii)> KeyPress; // 0 cancels the character
+    std::function<void(Int16& keyCode, Int16 shift)> KeyUp;
+
+private:
+    void replaceText(const QString& text, int caret);
+    QString text_;
+    Int16 selStart_;
+    Int16 selLength_;
+    unsigned backColor_;
+};
+
+class ComboBox : public Control {
+public:
+    ComboBox(Panel& panel, const ControlSpec& spec);
+
+    const QString& text() const { return text_; }
+    void setText(const QString& text);
+    const QStringList& entries() const { return entries_; }
+    Int16 listIndex() const { return listIndex_; }
+    void setListIndex(int index); // -1 clears the choice; an entry's text becomes Text
+    unsigned backColor() const { return backColor_; }
+    void setBackColor(unsigned colour);
+
+private:
+    QString text_;
+    QStringList entries_;
+    Int16 listIndex_{-1};
+    unsigned backColor_;
+};
+
+// The log list. Rows are kept for the view, which may show them in batches.
+class ListBox : public Control {
+public:
+    using Control::Control;
+
+    Int16 listCount() const { return Int16(static_cast<long long>(rows_.size())); }
+    void addItem(const QString& row);
+    void removeItem(int index);
+    void clear();
+    Int16 listIndex() const { return listIndex_; }
+    void setListIndex(int index);
+    const std::deque<QString>& rows() const { return rows_; }
+
+private:
+    std::deque<QString> rows_;
+    Int16 listIndex_{-1};
+};
+
+// Ticks every Interval ms while Enabled and Interval > 0. A new Interval starts the wait over, and a
+// tick never enters its own handler while that still runs.
+class Timer : public Control {
+public:
+    Timer(Panel& panel, const ControlSpec& spec, TimerFactory& timers);
+
+    int interval() const { return interval_; }
+    void setInterval(int ms);
+    void setEnabled(bool on) override;
+    bool running() const { return running_; }
+
+    std::function<void()> Tick; // the control's Timer event
+
+private:
+    void rearm();
+    void tick();
+    int interval_;
+    bool running_ = false;
+    bool inHandler_ = false;
+    std::unique_ptr<PlatformTimer> timer_;
+};
+
+// The Save dialog and the properties it is shown with.
+class SaveDialog : public Control {
+public:
+    SaveDialog(Panel& panel, const ControlSpec& spec, Dialogs& dialogs);
+
+    bool CancelError = false;
+    int Flags = 0;
+    QString Filter;
+    int FilterIndex = 1;
+    QString FileName;
+
+    // Shows the dialog. Cancel raises the cancel failure when CancelError is set.
+    void ShowSave();
+
+private:
+    Dialogs& dialogs_;
+};
+
+// The form's own size, in twips, and its Resize event.
+class Form {
+public:
+    explicit Form(Panel& panel) : panel_(panel) {}
+    int width() const { return width_; }
+    int height() const { return height_; }
+    void setWidth(int twips);
+    void setHeight(int twips);
+    // The window was resized by someone other than the form's own handlers.
+    void resized(int widthTwips, int heightTwips);
+
+    std::function<void()> Resize;
+
+private:
+    Panel& panel_;
+    // Until the window is first sized it measures its client area alone.
+    int width_ = kDesignClientWidth;
+    int height_ = kDesignClientHeight;
+};
+
+} // namespace sim

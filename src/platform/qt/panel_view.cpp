@@ -1,0 +1,478 @@
+#include "platform/qt/panel_view.h"
+
+#include "panel/texts.h"
+#include "platform/code_page.h"
+
+#include <QAbstractListModel>
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPainter>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace sim::qt {
+namespace {
+
+// The original frame around the client area, in twips.
+constexpr int kFrameWidth = 120;
+constexpr int kFrameHeight = 405;
+// List rows reach the screen in batches, so a burst of thousands cannot freeze the window.
+constexpr int kRowBatchMs = 40;
+
+int px(int twips) { return twips / kTwipsPerPixel; }
+
+QFont fontFor(Font font) {
+    // Pixel sizes of the point sizes at 96 dpi, so that every display shows the same panel.
+    QFont f(QStringLiteral("Arial"));
+    f.setStyleHint(QFont::SansSerif);
+    switch (font) {
+    case Font::Regular:
+        f.setPixelSize(12);
+        break;
+    case Font::Bold:
+        f.setPixelSize(12);
+        f.setBold(true);
+        break;
+    case Font::List:
+        f.setPixelSize(13);
+        break;
+    case Font::FormDefault:
+        f.setPixelSize(11);
+        break;
+    }
+    return f;
+}
+
+QColor colourFor(unsigned colour) {
+    if (colour == 0x8000000F) {
+        return QApplication::palette().color(QPalette::Button);
+    }
+    if ((colour & 0x80000000U) != 0) {
+        return QApplication::palette().color(QPalette::Base);
+    }
+    // Stored as 0x00BBGGRR.
+    return QColor(static_cast<int>(colour & 0xFF), static_cast<int>((colour >> 8) & 0xFF),
+                  static_cast<int>((colour >> 16) & 0xFF));
+}
+
+// A label shows one ampersand for two; buttons and frames read the doubled one themselves.
+QString labelText(const QString& caption) { return QString(caption).replace(QStringLiteral("&&"), QStringLiteral("&")); }
+
+int vbKeyCode(const QKeyEvent* e) {
+    const int k = e->key();
+    if ((k >= Qt::Key_0 && k <= Qt::Key_9) || (k >= Qt::Key_A && k <= Qt::Key_Z) || k == Qt::Key_Space) {
+        return k;
+    }
+    switch (k) {
+    case Qt::Key_Backspace:
+        return 8;
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+        return 9;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        return 13;
+    case Qt::Key_Shift:
+        return 16;
+    case Qt::Key_Control:
+        return 17;
+    case Qt::Key_Alt:
+        return 18;
+    case Qt::Key_Escape:
+        return 27;
+    case Qt::Key_End:
+        return 35;
+    case Qt::Key_Home:
+        return 36;
+    case Qt::Key_Left:
+        return 37;
+    case Qt::Key_Up:
+        return 38;
+    case Qt::Key_Right:
+        return 39;
+    case Qt::Key_Down:
+        return 40;
+    case Qt::Key_Delete:
+        return 46;
+    case Qt::Key_Period:
+        return 190;
+    case Qt::Key_Comma:
+        return 188;
+    case Qt::Key_Minus:
+        return 189;
+    default:
+        return k & 0xFF;
+    }
+}
+
+int vbShift(Qt::KeyboardModifiers m) {
+    return (m.testFlag(Qt::ShiftModifier) ? 1 : 0) | (m.testFlag(Qt::ControlModifier) ? 2 : 0) |
+           (m.testFlag(Qt::AltModifier) ? 4 : 0);
+}
+
+QIcon formIcon() {
+    QIcon icon;
+    for (int size : {16, 32}) {
+        QPixmap pm(size, size);
+        pm.fill(Qt::transparent);
+        QPainter p(&pm);
+        p.setRenderHint(QPainter::Antialiasing);
+        p.setBrush(QColor(0, 0, 128));
+        p.setPen(Qt::NoPen);
+        p.drawRoundedRect(QRectF(0, 0, size, size), size / 6.0, size / 6.0);
+        p.setPen(QPen(Qt::white, size / 8.0));
+        p.drawLine(QPointF(size * 0.2, size * 0.35), QPointF(size * 0.8, size * 0.35));
+        p.drawLine(QPointF(size * 0.2, size * 0.65), QPointF(size * 0.8, size * 0.65));
+        icon.addPixmap(pm);
+    }
+    return icon;
+}
+
+} // namespace
+
+// The rows of List1 as last shown; refreshed in batches from the model.
+class RowsModel : public QAbstractListModel {
+public:
+    using QAbstractListModel::QAbstractListModel;
+    int rowCount(const QModelIndex& parent) const override { return parent.isValid() ? 0 : static_cast<int>(rows_.size()); }
+    QVariant data(const QModelIndex& index, int role) const override {
+        if (role != Qt::DisplayRole || index.row() < 0 || index.row() >= static_cast<int>(rows_.size())) {
+            return {};
+        }
+        return rows_.at(static_cast<std::size_t>(index.row()));
+    }
+    void show(const std::deque<QString>& rows) {
+        beginResetModel();
+        rows_.assign(rows.begin(), rows.end());
+        endResetModel();
+    }
+
+private:
+    std::vector<QString> rows_;
+};
+
+// A text box: the model's character event runs first and may cancel or replace the character; what
+// its handlers change is already in the widget when the key is applied.
+class BoxEdit : public QLineEdit {
+public:
+    BoxEdit(PanelView& view, TextBox& box, QWidget* parent) : QLineEdit(parent), view_(view), box_(box) {}
+
+protected:
+    void keyPressEvent(QKeyEvent* e) override {
+        const QString text = e->text();
+        const bool ctrlBackspace = e->key() == Qt::Key_Backspace && e->modifiers().testFlag(Qt::ControlModifier);
+        if ((text.isEmpty() && !ctrlBackspace) || e->key() == Qt::Key_Tab || e->key() == Qt::Key_Backtab ||
+            e->key() == Qt::Key_Delete || e->key() == Qt::Key_Escape) {
+            QLineEdit::keyPressEvent(e);
+            return;
+        }
+        const QChar ch = ctrlBackspace ? QChar(char16_t{127}) : text.at(0);
+        const int original = code_page::ansiCode(ch);
+        const int code = view_.op_.filterCharacter(ch);
+        if (code == 0) {
+            e->accept();
+            return;
+        }
+        if (code == original) {
+            QLineEdit::keyPressEvent(e);
+        } else if (code >= 32 && code != 127) {
+            insert(QString(code_page::fromAnsiByte(static_cast<std::uint8_t>(code))));
+        } else {
+            QLineEdit::keyPressEvent(e);
+        }
+    }
+
+    void focusInEvent(QFocusEvent* e) override {
+        QLineEdit::focusInEvent(e);
+        if (!view_.pushing_ && e->reason() != Qt::PopupFocusReason && e->reason() != Qt::ActiveWindowFocusReason) {
+            view_.op_.focus(box_);
+        }
+    }
+
+private:
+    PanelView& view_;
+    TextBox& box_;
+};
+
+PanelView::PanelView(Panel& panel, Operator& op) : panel_(panel), op_(op) {
+    setWindowTitle(QLatin1String(texts::kFormCaption));
+    setWindowIcon(formIcon());
+    setFont(fontFor(Font::Regular));
+    rowTimer_ = new QTimer(this);
+    rowTimer_->setSingleShot(true);
+    rowTimer_->setInterval(kRowBatchMs);
+    connect(rowTimer_, &QTimer::timeout, this, &PanelView::flushRows);
+    build();
+    panel_.observer = [this](Control* control, Prop prop) { changed(control, prop); };
+    for (Control* c : panel_.controls()) {
+        push(*c);
+    }
+    pushSize();
+    flushRows();
+}
+
+PanelView::~PanelView() { panel_.observer = nullptr; }
+
+QSize PanelView::clientSize(int widthTwips, int heightTwips) {
+    return {px(widthTwips - kFrameWidth), px(heightTwips - kFrameHeight)};
+}
+
+QWidget* PanelView::widgetFor(const Control& control) const {
+    auto it = widgets_.find(&control);
+    return it == widgets_.end() ? nullptr : it->second;
+}
+
+void PanelView::build() {
+    for (Control* c : panel_.controls()) {
+        QWidget* parent = c->holder() != nullptr ? widgetFor(*c->holder()) : this;
+        if (QWidget* w = create(*c, parent)) {
+            const Geometry& g = c->spec().geometry;
+            w->setGeometry(px(g.left), px(g.top), px(g.width), px(g.height));
+            w->setFont(fontFor(c->spec().font));
+            widgets_[c] = w;
+            controls_[w] = c;
+            w->installEventFilter(this);
+        }
+    }
+    // Controls lie over the frames beside them (the check box over the program steps' caption).
+    for (auto& [control, widget] : widgets_) {
+        if (control->kind() != Kind::Frame) {
+            widget->raise();
+        }
+    }
+    // Tab order follows the tab positions of the table.
+    std::vector<Control*> order;
+    for (Control* c : panel_.controls()) {
+        if (c->canHoldFocus() && widgetFor(*c) != nullptr) {
+            order.push_back(c);
+        }
+    }
+    std::ranges::sort(order, {}, [](const Control* c) { return c->spec().tab; });
+    for (std::size_t i = 1; i < order.size(); ++i) {
+        QWidget::setTabOrder(widgetFor(*order[i - 1]), widgetFor(*order[i]));
+    }
+}
+
+QWidget* PanelView::create(Control& control, QWidget* parent) {
+    switch (control.kind()) {
+    case Kind::Frame: {
+        auto& frame = static_cast<Frame&>(control);
+        if ((control.spec().flags & kBorderless) != 0) {
+            return new QWidget(parent);
+        }
+        return new QGroupBox(frame.caption(), parent);
+    }
+    case Kind::Label: {
+        auto* label = new QLabel(parent);
+        label->setAlignment(((control.spec().flags & kRightAligned) != 0 ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignTop);
+        if (control.Click) {
+            label->setCursor(Qt::PointingHandCursor);
+        }
+        return label;
+    }
+    case Kind::TextBox: {
+        auto& box = static_cast<TextBox&>(control);
+        auto* edit = new BoxEdit(*this, box, parent);
+        edit->setReadOnly(box.readOnly());
+        connect(edit, &QLineEdit::textEdited, this,
+                [this, &box, edit](const QString& text) { op_.edited(box, text, edit->cursorPosition()); });
+        connect(edit, &QLineEdit::selectionChanged, this, [this, &box, edit] {
+            if (!pushing_) {
+                const int start = edit->hasSelectedText() ? edit->selectionStart() : edit->cursorPosition();
+                op_.select(box, start, static_cast<int>(edit->selectedText().size()));
+            }
+        });
+        connect(edit, &QLineEdit::cursorPositionChanged, this, [this, &box, edit](int, int now) {
+            if (!pushing_ && !edit->hasSelectedText()) {
+                op_.select(box, now, 0);
+            }
+        });
+        return edit;
+    }
+    case Kind::OptionButton: {
+        auto* radio = new QRadioButton(static_cast<OptionButton&>(control).caption(), parent);
+        radio->setAutoExclusive(false); // the model keeps one selected per holder
+        connect(radio, &QRadioButton::clicked, this, [this, &control] {
+            op_.click(control);
+            push(control);
+        });
+        return radio;
+    }
+    case Kind::CheckBox: {
+        auto* check = new QCheckBox(static_cast<CheckBox&>(control).caption(), parent);
+        connect(check, &QCheckBox::clicked, this, [this, &control] {
+            op_.click(control);
+            push(control);
+        });
+        return check;
+    }
+    case Kind::Button: {
+        auto* button = new QPushButton(parent);
+        connect(button, &QPushButton::clicked, this, [this, &control] { op_.click(control); });
+        return button;
+    }
+    case Kind::ComboBox: {
+        auto& model = static_cast<ComboBox&>(control);
+        auto* combo = new QComboBox(parent);
+        combo->setEditable(true);
+        combo->setInsertPolicy(QComboBox::NoInsert);
+        combo->setMaxVisibleItems(8);
+        combo->addItems(model.entries());
+        connect(combo, &QComboBox::activated, this, [this, &model](int index) { op_.choose(model, index); });
+        connect(combo->lineEdit(), &QLineEdit::textEdited, this, [this, &model](const QString& text) { op_.edited(model, text); });
+        return combo;
+    }
+    case Kind::ListBox: {
+        list_ = new QListView(parent);
+        rows_ = new RowsModel(list_);
+        list_->setModel(rows_);
+        list_->setUniformItemSizes(true);
+        list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+        return list_;
+    }
+    default:
+        return nullptr; // timers, sockets and the dialog have no place on the screen
+    }
+}
+
+void PanelView::changed(Control* control, Prop prop) {
+    if (control == nullptr) {
+        pushSize();
+        return;
+    }
+    switch (prop) {
+    case Prop::Rows:
+    case Prop::ListIndex:
+        if (control->kind() == Kind::ListBox) {
+            if (!rowTimer_->isActive()) {
+                rowTimer_->start();
+            }
+            return;
+        }
+        break;
+    case Prop::Focus:
+        pushFocus(control);
+        return;
+    default:
+        break;
+    }
+    push(*control);
+}
+
+void PanelView::push(Control& control) {
+    QWidget* w = widgetFor(control);
+    if (w == nullptr) {
+        return;
+    }
+    pushing_ = true;
+    w->setEnabled(control.enabled());
+    switch (control.kind()) {
+    case Kind::Label:
+        static_cast<QLabel*>(w)->setText(labelText(static_cast<Label&>(control).caption()));
+        break;
+    case Kind::Button:
+        static_cast<QPushButton*>(w)->setText(static_cast<Button&>(control).caption());
+        break;
+    case Kind::OptionButton:
+        static_cast<QRadioButton*>(w)->setChecked(static_cast<OptionButton&>(control).value());
+        break;
+    case Kind::CheckBox: {
+        const int value = static_cast<CheckBox&>(control).value();
+        static_cast<QCheckBox*>(w)->setCheckState(value == 0 ? Qt::Unchecked : value == 1 ? Qt::Checked : Qt::PartiallyChecked);
+        break;
+    }
+    case Kind::TextBox: {
+        auto& box = static_cast<TextBox&>(control);
+        auto* edit = static_cast<QLineEdit*>(w);
+        if (edit->text() != box.text()) {
+            edit->setText(box.text());
+        }
+        if (box.selLength() > 0) {
+            edit->setSelection(box.selStart(), box.selLength());
+        } else if (edit->hasSelectedText() || edit->cursorPosition() != box.selStart()) {
+            edit->setCursorPosition(box.selStart());
+        }
+        QPalette palette = edit->palette();
+        palette.setColor(QPalette::Base, colourFor(box.backColor()));
+        edit->setPalette(palette);
+        break;
+    }
+    case Kind::ComboBox: {
+        auto& model = static_cast<ComboBox&>(control);
+        auto* combo = static_cast<QComboBox*>(w);
+        if (combo->currentIndex() != model.listIndex()) {
+            combo->setCurrentIndex(model.listIndex());
+        }
+        if (combo->currentText() != model.text()) {
+            combo->setEditText(model.text());
+        }
+        QPalette palette = combo->palette();
+        palette.setColor(QPalette::Base, colourFor(model.backColor()));
+        combo->setPalette(palette);
+        break;
+    }
+    default:
+        break;
+    }
+    pushing_ = false;
+}
+
+void PanelView::pushFocus(Control* control) {
+    QWidget* w = control != nullptr ? widgetFor(*control) : nullptr;
+    if (w != nullptr && !w->hasFocus()) {
+        pushing_ = true;
+        w->setFocus(Qt::OtherFocusReason);
+        pushing_ = false;
+    }
+}
+
+void PanelView::pushSize() {
+    setFixedSize(clientSize(panel_.frmSimulator.width(), panel_.frmSimulator.height()));
+}
+
+void PanelView::flushRows() {
+    rowTimer_->stop();
+    rows_->show(panel_.List1.rows());
+    const int index = panel_.List1.listIndex();
+    if (index >= 0) {
+        const QModelIndex at = rows_->index(index);
+        list_->setCurrentIndex(at);
+        list_->scrollTo(at);
+    }
+}
+
+bool PanelView::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyRelease) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (!key->isAutoRepeat()) {
+            // The release belongs to whichever box holds the focus now, wherever the toolkit sent it:
+            // the model routes it. Taken here, it does not travel on to the holders.
+            op_.keyUp(vbKeyCode(key), vbShift(key->modifiers()));
+        }
+        return true;
+    }
+    if (event->type() == QEvent::MouseButtonRelease) {
+        auto it = controls_.find(static_cast<QWidget*>(watched));
+        if (it != controls_.end() && it->second->kind() == Kind::Label && it->second->Click) {
+            op_.click(*it->second);
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void PanelView::closeEvent(QCloseEvent* event) {
+    event->accept();
+    op_.closeWindow();
+}
+
+} // namespace sim::qt

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "platform/seam.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <deque>
+#include <functional>
+#include <vector>
+
+namespace sim::qt {
+
+// The one door through which platform events reach the form. Events run in the order they were
+// posted, at the next pump; while a modal dialog is open they wait, and timer ticks merge into one.
+class EventGate : public QObject {
+    Q_OBJECT
+public:
+    void post(std::function<void()> event);
+    // A timer tick: runs now, or once after the dialogs have closed however often it came meanwhile.
+    void tick(bool& pending, const std::function<void()>& event);
+
+    bool modal() const { return modalDepth_ > 0; }
+    void enterModal() { ++modalDepth_; }
+    void leaveModal();
+    void setQuitting() { quitting_ = true; }
+
+private:
+    void schedule();
+    void flush();
+    std::deque<std::function<void()>> queue_;
+    bool scheduled_ = false;
+    int modalDepth_ = 0;
+    bool quitting_ = false;
+};
+
+// Blocks until the next event instead of spinning, so a waiting form costs no processor time.
+class QtEventPump : public EventPump {
+public:
+    explicit QtEventPump(EventGate& gate) : gate_(gate) {}
+    void pump() override;
+    void requestQuit() override;
+    bool quitRequested() const override { return quit_; }
+
+private:
+    EventGate& gate_;
+    bool quit_ = false;
+};
+
+class QtTimer : public PlatformTimer {
+public:
+    QtTimer(EventGate& gate, std::function<void()> onTick);
+    void start(int intervalMs) override;
+    void stop() override;
+
+private:
+    EventGate& gate_;
+    std::function<void()> onTick_;
+    QTimer timer_;
+    bool pending_ = false;
+};
+
+class QtTimerFactory : public TimerFactory {
+public:
+    explicit QtTimerFactory(EventGate& gate) : gate_(gate) {}
+    std::unique_ptr<PlatformTimer> createTimer(std::function<void()> onTick) override {
+        return std::make_unique<QtTimer>(gate_, std::move(onTick));
+    }
+
+private:
+    EventGate& gate_;
+};
+
+} // namespace sim::qt

@@ -1,0 +1,354 @@
+#include "platform/qt/qt_network.h"
+
+#include "platform/ipv4.h"
+#include "platform/runtime_failure.h"
+
+#include <QNetworkInterface>
+#include <QTimer>
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace sim::qt {
+namespace {
+
+namespace se = socket_error;
+
+// Reads stop for a while once this much waits unread, so a handler that falls behind loses nothing.
+constexpr qsizetype kInboxHigh = 1 << 20;
+// Bytes taken from the system per wake-up, so one busy link cannot starve the rest of the form.
+constexpr qsizetype kReadPerWake = 256 * 1024;
+
+int fromErrno(int err) {
+    switch (err) {
+    case ECONNREFUSED:
+        return se::kConnectionRefused;
+    case ECONNRESET:
+    case EPIPE:
+        return se::kConnectionReset;
+    case ETIMEDOUT:
+        return se::kTimedOut;
+    case EADDRINUSE:
+        return se::kAddressInUse;
+    case EADDRNOTAVAIL:
+        return se::kAddressNotAvailable;
+    case ENETUNREACH:
+        return se::kNetworkUnreachable;
+    case EHOSTUNREACH:
+        return se::kHostUnreachable;
+    case EACCES:
+    case EPERM:
+        return se::kPermissionDenied;
+    case EINVAL:
+        return se::kInvalidArgument;
+    default:
+        return se::kConnectionAborted;
+    }
+}
+
+sockaddr_in inetAddress(std::uint32_t host, std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(host);
+    return address;
+}
+
+int newStreamSocket() { return ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
+
+// Bytes handed to SendData before a Close still go out, as they would from the system's own buffer:
+// the closed link lingers until they are written or the peer stops taking them.
+class Linger : public QObject {
+public:
+    Linger(int fd, QByteArray rest) : fd_(fd), rest_(std::move(rest)), notifier_(fd, QSocketNotifier::Write) {
+        QObject::connect(&notifier_, &QSocketNotifier::activated, this, [this] { write(); });
+        QTimer::singleShot(kGiveUpMs, this, [this] { finish(); });
+    }
+
+private:
+    static constexpr int kGiveUpMs = 5000;
+    void write() {
+        const ssize_t n = ::send(fd_, rest_.constData(), static_cast<size_t>(rest_.size()), MSG_NOSIGNAL);
+        if (n > 0) {
+            rest_.remove(0, n);
+        }
+        if (rest_.isEmpty() || (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK)) {
+            finish();
+        }
+    }
+    void finish() {
+        notifier_.setEnabled(false);
+        if (fd_ >= 0) {
+            ::close(fd_);
+            fd_ = -1;
+        }
+        deleteLater();
+    }
+    int fd_;
+    QByteArray rest_;
+    QSocketNotifier notifier_;
+};
+
+} // namespace
+
+QString localAddress() {
+    for (const QHostAddress& address : QNetworkInterface::allAddresses()) {
+        if (address.protocol() == QAbstractSocket::IPv4Protocol && !address.isLoopback()) {
+            return address.toString();
+        }
+    }
+    return QStringLiteral("127.0.0.1");
+}
+
+QtSocket::QtSocket(EventGate& gate, QString name) : StreamSocket(std::move(name)), gate_(gate) {}
+
+QtSocket::~QtSocket() {
+    events = {};
+    close();
+    for (int fd : heldRequests_) {
+        ::close(fd);
+    }
+}
+
+QString QtSocket::localIP() const { return localAddress(); }
+
+void QtSocket::setProtocol(int protocol) {
+    if (protocol != 0) {
+        fail(se::kInvalidArgumentFormat);
+    }
+}
+
+std::int32_t QtSocket::localPort() const {
+    if (fd_ < 0) {
+        return localPort_;
+    }
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    if (::getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        return localPort_;
+    }
+    return ntohs(address.sin_port);
+}
+
+void QtSocket::wake() {
+    // An empty event: the next pump returns at once and its loop reads the new state.
+    gate_.post([] {});
+}
+
+void QtSocket::failWith(int number) {
+    dropNotifiers();
+    raiseError(number);
+}
+
+void QtSocket::connect() {
+    if (state() != socket_state::kClosed) {
+        fail(se::kWrongProtocolOrState);
+    }
+    const auto host = parseIPv4(remoteHost_);
+    if (!host) {
+        fail(se::kHostNotFound);
+    }
+    if (remotePort_ <= 0 || remotePort_ > 65535) {
+        fail(se::kInvalidArgumentFormat);
+    }
+    const int fd = newStreamSocket();
+    if (fd < 0) {
+        fail(fromErrno(errno));
+    }
+    const sockaddr_in address = inetAddress(*host, static_cast<std::uint16_t>(remotePort_));
+    const int rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    const int err = errno;
+    adopt(fd, socket_state::kConnecting);
+    if (rc == 0) {
+        setState(socket_state::kConnected);
+        watch();
+        wake();
+    } else if (err == EINPROGRESS) {
+        writeNotifier_->setEnabled(true);
+    } else {
+        failWith(fromErrno(err));
+    }
+}
+
+void QtSocket::listen() {
+    if (state() != socket_state::kClosed) {
+        fail(se::kWrongProtocolOrState);
+    }
+    if (localPort_ < 0 || localPort_ > 65535) {
+        fail(se::kInvalidArgumentFormat);
+    }
+    const int fd = newStreamSocket();
+    if (fd < 0) {
+        fail(fromErrno(errno));
+    }
+    // A port left in TIME_WAIT by the last client may be listened on again at once; a port that
+    // another program listens on still fails.
+    const int on = 1;
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    const sockaddr_in address = inetAddress(INADDR_ANY, static_cast<std::uint16_t>(localPort_));
+    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(fd, SOMAXCONN) != 0) {
+        const int err = errno;
+        ::close(fd);
+        fail(fromErrno(err));
+    }
+    adopt(fd, socket_state::kListening);
+    QObject::connect(readNotifier_.get(), &QSocketNotifier::activated, [this] { onListenReady(); });
+    readNotifier_->setEnabled(true);
+    wake();
+}
+
+void QtSocket::accept(std::int32_t requestId) {
+    if (state() != socket_state::kClosed) {
+        fail(se::kWrongProtocolOrState);
+    }
+    auto held = heldRequests_.find(requestId);
+    if (held == heldRequests_.end()) {
+        fail(se::kInvalidArgument);
+    }
+    heldRequests_.erase(held);
+    adopt(requestId, socket_state::kConnected);
+    watch();
+    wake();
+}
+
+void QtSocket::adopt(int fd, int state) {
+    dropNotifiers();
+    reset();
+    fd_ = fd;
+    readEnded_ = false;
+    setState(state);
+    readNotifier_ = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    readNotifier_->setEnabled(false);
+    writeNotifier_ = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
+    writeNotifier_->setEnabled(false);
+    if (state != socket_state::kListening) {
+        const int on = 1;
+        ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        QObject::connect(readNotifier_.get(), &QSocketNotifier::activated, [this] { onReadable(); });
+        QObject::connect(writeNotifier_.get(), &QSocketNotifier::activated, [this] { onWritable(); });
+    }
+}
+
+void QtSocket::watch() {
+    if (readNotifier_ && state() != socket_state::kListening) {
+        readNotifier_->setEnabled(!readEnded_ && inbox().size() < kInboxHigh);
+    }
+}
+
+void QtSocket::onListenReady() {
+    for (;;) {
+        const int fd = ::accept4(fd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (fd < 0) {
+            return;
+        }
+        heldRequests_.insert(fd);
+        // Not dropped by a Close: the handler closes the listen before it accepts.
+        gate_.post([this, fd] {
+            if (state() == socket_state::kListening && events.connectionRequest) {
+                events.connectionRequest(fd);
+            }
+            // A request that was not accepted is turned away.
+            if (heldRequests_.erase(fd) != 0) {
+                ::close(fd);
+            }
+        });
+    }
+}
+
+void QtSocket::onWritable() {
+    if (state() == socket_state::kConnecting) {
+        int err = 0;
+        socklen_t length = sizeof err;
+        ::getsockopt(fd_, SOL_SOCKET, SO_ERROR, &err, &length);
+        if (err != 0) {
+            failWith(fromErrno(err));
+            return;
+        }
+        setState(socket_state::kConnected);
+        writeNotifier_->setEnabled(false);
+        watch();
+        wake();
+        return;
+    }
+    flushOutbox();
+}
+
+void QtSocket::flushOutbox() {
+    while (!outbox_.isEmpty()) {
+        const ssize_t n = ::send(fd_, outbox_.constData(), static_cast<size_t>(outbox_.size()), MSG_NOSIGNAL);
+        if (n < 0) {
+            if (errno == EAGAIN || errno == EWOULDBLOCK) {
+                break;
+            }
+            outbox_.clear();
+            failWith(fromErrno(errno));
+            return;
+        }
+        outbox_.remove(0, n);
+    }
+    if (writeNotifier_) {
+        writeNotifier_->setEnabled(!outbox_.isEmpty());
+    }
+}
+
+void QtSocket::onReadable() {
+    char chunk[65536];
+    qsizetype taken = 0;
+    while (taken < kReadPerWake && inbox().size() < kInboxHigh) {
+        const ssize_t n = ::recv(fd_, chunk, sizeof chunk, 0);
+        if (n > 0) {
+            received(chunk, n);
+            taken += n;
+            continue;
+        }
+        if (n == 0) {
+            readEnded_ = true;
+            watch();
+            peerClosed();
+            return;
+        }
+        if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR) {
+            break;
+        }
+        failWith(fromErrno(errno));
+        return;
+    }
+    watch();
+}
+
+void QtSocket::sendData(const Bytes& data) {
+    if (state() != socket_state::kConnected) {
+        fail(se::kWrongProtocolOrState);
+    }
+    outbox_.append(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size()));
+    flushOutbox();
+}
+
+void QtSocket::dropNotifiers() {
+    readNotifier_.reset();
+    writeNotifier_.reset();
+}
+
+void QtSocket::close() {
+    dropNotifiers();
+    if (fd_ >= 0 && !outbox_.isEmpty() && state() == socket_state::kConnected) {
+        new Linger(fd_, outbox_);
+    } else if (fd_ >= 0) {
+        ::close(fd_);
+    }
+    fd_ = -1;
+    const bool changed = state() != socket_state::kClosed;
+    setState(socket_state::kClosed);
+    reset();
+    outbox_.clear();
+    if (changed) {
+        wake();
+    }
+}
+
+} // namespace sim::qt

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "platform/qt/qt_event_loop.h"
+#include "platform/seam.h"
+#include "platform/stream_socket.h"
+
+#include <QByteArray>
+#include <QSocketNotifier>
+
+#include <set>
+#include <memory>
+
+namespace sim::qt {
+
+// A stream socket on the system's own socket calls, watched by the Qt event loop. Only a literal IPv4
+// address is dialled: there is no name lookup. Errors carry the numbers operators know from Windows
+// Sockets. Every call that changes the state or fails posts an event, so the next pump returns.
+class QtSocket : public StreamSocket {
+public:
+    QtSocket(EventGate& gate, QString name);
+    ~QtSocket() override;
+    QtSocket(const QtSocket&) = delete;
+    QtSocket& operator=(const QtSocket&) = delete;
+
+    QString localIP() const override;
+    void setProtocol(int protocol) override;
+    void setRemoteHost(const QString& host) override { remoteHost_ = host; }
+    void setRemotePort(std::int32_t port) override { remotePort_ = port; }
+    void setLocalPort(std::int32_t port) override { localPort_ = port; }
+    std::int32_t localPort() const override;
+
+    void connect() override;
+    void listen() override;
+    void accept(std::int32_t requestId) override;
+    void sendData(const Bytes& data) override;
+    void close() override;
+
+protected:
+    void postEvent(std::function<void()> event) override { gate_.post(std::move(event)); }
+    void inboxDrained() override { watch(); }
+
+private:
+    void wake();
+    void failWith(int number);
+    void adopt(int fd, int state);
+    void watch();
+    void onReadable();
+    void onWritable();
+    void onListenReady();
+    void flushOutbox();
+    void dropNotifiers();
+
+    EventGate& gate_;
+    int fd_ = -1;
+    QString remoteHost_;
+    std::int32_t remotePort_ = 0;
+    std::int32_t localPort_ = 0;
+    std::unique_ptr<QSocketNotifier> readNotifier_;
+    std::unique_ptr<QSocketNotifier> writeNotifier_;
+    QByteArray outbox_;
+    bool readEnded_ = false;
+    std::set<int> heldRequests_; // accepted by the system, waiting for Accept
+};
+
+class QtNetwork : public Network {
+public:
+    explicit QtNetwork(EventGate& gate) : gate_(gate) {}
+    std::unique_ptr<Socket> createSocket(const QString& name) override {
+        return std::make_unique<QtSocket>(gate_, name);
+    }
+
+private:
+    EventGate& gate_;
+};
+
+// The machine's own IPv4 address, from its interfaces; loopback when it has no other.
+QString localAddress();
+
+} // namespace sim::qt

@@ -1,0 +1,197 @@
+#pragma once
+
+// The platform seam: every outside thing the simulator touches, as small interfaces that a test can
+// mix. The Qt platform implements them for real; tests/support has a simulated one.
+
+#include <QDate>
+#include <QString>
+#include <QTime>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace sim {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// ---- event pump and timers ----
+
+class EventPump {
+public:
+    virtual ~EventPump() = default;
+    // Runs the events that are pending and returns; waits for the next one when none is. Throws
+    // ApplicationQuit once the window has been closed.
+    virtual void pump() = 0;
+    // Asks every loop that pumps to unwind and the event loop to end.
+    virtual void requestQuit() = 0;
+    virtual bool quitRequested() const = 0;
+};
+
+class PlatformTimer {
+public:
+    virtual ~PlatformTimer() = default;
+    // (Re)starts a periodic wait of intervalMs; a running wait starts over.
+    virtual void start(int intervalMs) = 0;
+    virtual void stop() = 0;
+};
+
+class TimerFactory {
+public:
+    virtual ~TimerFactory() = default;
+    virtual std::unique_ptr<PlatformTimer> createTimer(std::function<void()> onTick) = 0;
+};
+
+// ---- sockets ----
+
+namespace socket_state {
+inline constexpr int kClosed = 0;
+inline constexpr int kOpen = 1;
+inline constexpr int kListening = 2;
+inline constexpr int kConnectionPending = 3;
+inline constexpr int kResolvingHost = 4;
+inline constexpr int kHostResolved = 5;
+inline constexpr int kConnecting = 6;
+inline constexpr int kConnected = 7;
+inline constexpr int kClosing = 8;
+inline constexpr int kError = 9;
+} // namespace socket_state
+
+// The error numbers of stream sockets as operators know them.
+namespace socket_error {
+inline constexpr int kPermissionDenied = 10013;
+inline constexpr int kInvalidArgument = 10022;
+inline constexpr int kAddressInUse = 10048;
+inline constexpr int kAddressNotAvailable = 10049;
+inline constexpr int kNetworkUnreachable = 10051;
+inline constexpr int kConnectionAborted = 10053;
+inline constexpr int kConnectionReset = 10054;
+inline constexpr int kNotConnected = 10057;
+inline constexpr int kTimedOut = 10060;
+inline constexpr int kConnectionRefused = 10061;
+inline constexpr int kHostUnreachable = 10065;
+inline constexpr int kHostNotFound = 11001;
+inline constexpr int kWrongProtocolOrState = 40006; // a call the socket's state does not allow
+inline constexpr int kInvalidArgumentFormat = 40014;
+inline constexpr int kInvalidOperation = 40020;
+
+// The description that goes with a number.
+QString description(int number);
+} // namespace socket_error
+
+// Largest number of bytes one DataArrival reports; the rest follows in further events.
+inline constexpr int kMaxArrival = 32767;
+
+// Events of a stream socket; a socket with no handler for an event drops it.
+struct SocketEvents {
+    std::function<void(std::int32_t bytesTotal)> dataArrival;
+    std::function<void(std::int32_t requestId)> connectionRequest;
+    std::function<void()> close; // the peer closed
+    std::function<void(int number, const QString& description, const QString& source)> error;
+};
+
+// A stream socket with an event interface. Calls that cannot be done raise RuntimeFailure with a
+// socket error number; events arrive only while the event pump runs.
+class Socket {
+public:
+    virtual ~Socket() = default;
+
+    virtual QString localIP() const = 0;
+    virtual void setProtocol(int protocol) = 0; // 0: TCP
+    virtual void setRemoteHost(const QString& host) = 0;
+    virtual void setRemotePort(std::int32_t port) = 0;
+    virtual void setLocalPort(std::int32_t port) = 0;
+    virtual std::int32_t localPort() const = 0; // the port actually bound, once listening
+
+    virtual void connect() = 0; // returns at once; State reaches 7 later or an Error event follows
+    virtual void listen() = 0;
+    virtual void accept(std::int32_t requestId) = 0;
+    virtual void sendData(const Bytes& data) = 0;
+    virtual void getData(Bytes& data) = 0; // takes the bytes of the current arrival
+    virtual void close() = 0;
+    virtual int state() const = 0;
+
+    SocketEvents events;
+};
+
+class Network {
+public:
+    virtual ~Network() = default;
+    // The name is the Source of the socket's errors.
+    virtual std::unique_ptr<Socket> createSocket(const QString& name) = 0;
+};
+
+// ---- dialogs ----
+
+namespace msg_style {
+inline constexpr int kPlain = 0;
+inline constexpr int kCritical = 16;
+inline constexpr int kExclamation = 48;
+inline constexpr int kInformation = 64;
+} // namespace msg_style
+
+struct SaveDialogRequest {
+    QString fileName; // the path shown first
+    QString filter;   // "Description|*.ext" pairs
+    int filterIndex = 1;
+    bool promptOverwrite = true;
+};
+
+// Modal dialogs with an OK button. While one is open no handler of the form runs.
+class Dialogs {
+public:
+    virtual ~Dialogs() = default;
+    // A title of std::nullopt gives the application's title.
+    virtual void messageBox(const QString& text, int style, const std::optional<QString>& title) = 0;
+    // The chosen path, or nothing on Cancel.
+    virtual std::optional<QString> showSave(const SaveDialogRequest& request) = 0;
+};
+
+// ---- settings, clock, folders, browser ----
+
+class SettingsStore {
+public:
+    virtual ~SettingsStore() = default;
+    virtual QString read(const QString& app, const QString& section, const QString& key,
+                         const QString& fallback) = 0;
+    virtual void write(const QString& app, const QString& section, const QString& key,
+                       const QString& value) = 0;
+};
+
+class Clock {
+public:
+    virtual ~Clock() = default;
+    virtual QDate localDate() const = 0;
+    virtual QTime localTime() const = 0; // whole seconds are what callers read of it
+    virtual int systemMilliseconds() const = 0; // 0..999 of the system time, read apart from the local time
+};
+
+class Folders {
+public:
+    virtual ~Folders() = default;
+    virtual QString programFolder() const = 0;
+    virtual QString workingFolder() const = 0;
+};
+
+class Browser {
+public:
+    virtual ~Browser() = default;
+    // Hands a web address to the system's default handler; the answer is not relied on.
+    virtual bool openUrl(const QString& address) = 0;
+};
+
+// What the form is given of the platform. Each part may come from another implementation.
+struct Platform {
+    EventPump& pump;
+    TimerFactory& timers;
+    Network& network;
+    Dialogs& dialogs;
+    SettingsStore& settings;
+    Clock& clock;
+    Folders& folders;
+    Browser& browser;
+};
+
+} // namespace sim

@@ -1,0 +1,94 @@
+#include "platform/stream_socket.h"
+
+#include "platform/runtime_failure.h"
+
+namespace sim {
+
+void StreamSocket::fail(int number) const {
+    throw RuntimeFailure(number, socket_error::description(number), name_);
+}
+
+void StreamSocket::post(std::function<void()> event) {
+    postEvent([this, generation = generation_, event = std::move(event)] {
+        if (generation == generation_) {
+            event();
+        }
+    });
+}
+
+void StreamSocket::received(const char* data, qsizetype size) {
+    inbox_.append(data, size);
+    queueArrival();
+}
+
+void StreamSocket::peerClosed() {
+    peerClosed_ = true;
+    if (inbox_.isEmpty() && !arrivalQueued_) {
+        queueClose();
+    }
+}
+
+void StreamSocket::raiseError(int number) {
+    state_ = socket_state::kError;
+    post([this, number] {
+        if (events.error) {
+            events.error(number, socket_error::description(number), name_);
+        }
+    });
+}
+
+void StreamSocket::reset() {
+    ++generation_;
+    inbox_.clear();
+    arrivalQueued_ = false;
+    peerClosed_ = false;
+    closeQueued_ = false;
+}
+
+void StreamSocket::getData(Bytes& data) {
+    const qsizetype n = std::min<qsizetype>(inbox_.size(), kMaxArrival);
+    data.assign(inbox_.constData(), inbox_.constData() + n);
+    inbox_.remove(0, n);
+    if (n > 0) {
+        inboxDrained();
+    }
+}
+
+void StreamSocket::queueArrival() {
+    if (!arrivalQueued_) {
+        arrivalQueued_ = true;
+        post([this] { deliverArrival(); });
+    }
+}
+
+void StreamSocket::deliverArrival() {
+    arrivalQueued_ = false;
+    const qsizetype before = inbox_.size();
+    const unsigned generation = generation_;
+    if (before > 0 && events.dataArrival) {
+        events.dataArrival(static_cast<std::int32_t>(std::min<qsizetype>(before, kMaxArrival)));
+    }
+    if (generation != generation_) {
+        return; // the handler closed the socket
+    }
+    if (!inbox_.isEmpty() && inbox_.size() < before) {
+        queueArrival(); // the rest of a large arrival, in further events
+    } else if (inbox_.isEmpty() && peerClosed_) {
+        queueClose();
+    }
+}
+
+void StreamSocket::queueClose() {
+    if (closeQueued_) {
+        return;
+    }
+    closeQueued_ = true;
+    state_ = socket_state::kClosing;
+    post([this] {
+        if (events.close) {
+            events.close();
+        }
+    });
+}
+
+} // namespace sim

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/frm_simulator.h"
+#include "platform/qt/qt_platform.h"
+#include "support/sim_platform.h"
+
+namespace sim::test {
+
+// The Qt event loop, timers and sockets, with the simulated dialogs, settings, folders and browser:
+// real traffic on loopback, nothing of the operator's touched.
+struct MixedPlatform {
+    qt::EventGate gate;
+    qt::QtEventPump pump{gate};
+    qt::QtTimerFactory timers{gate};
+    qt::QtNetwork network{gate};
+    qt::QtClock clock;
+    Scheduler dialogTime;
+    SimDialogs dialogs{dialogTime};
+    MemorySettings settings;
+    TempFolders folders;
+    SimBrowser browser;
+    Platform platform() { return {pump, timers, network, dialogs, settings, clock, folders, browser}; }
+};
+
+struct MixedForm {
+    MixedPlatform mixed;
+    FrmSimulator form{mixed.platform()};
+    Panel& p = form.panel();
+    Operator& op = form.op();
+    MixedForm() { form.load(); }
+};
+
+} // namespace sim::test

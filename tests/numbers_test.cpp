@@ -1,0 +1,62 @@
+#include "platform/code_page.h"
+#include "platform/int16.h"
+#include "platform/ipv4.h"
+
+#include <gtest/gtest.h>
+
+namespace sim {
+namespace {
+
+bool overflows(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const RuntimeFailure& failure) {
+        return failure.number() == failure::kOverflow;
+    }
+    return false;
+}
+
+TEST(Int16, HoldsBothLimitsAndFailsOneStepPastEither) {
+    Int16 top = Int16::kMax;
+    Int16 bottom = Int16::kMin;
+    EXPECT_EQ(top, 32767);
+    EXPECT_EQ(bottom, -32768);
+    EXPECT_TRUE(overflows([&] { ++top; }));
+    EXPECT_TRUE(overflows([&] { --bottom; }));
+    EXPECT_TRUE(overflows([] { Int16 x = 40000; (void)x; }));
+    EXPECT_TRUE(overflows([] { Int16 x = -32769; (void)x; }));
+    // A failed step leaves the value as it was: nothing wraps.
+    EXPECT_EQ(top, 32767);
+    EXPECT_EQ(bottom, -32768);
+    Int16 n = 32766;
+    ++n;
+    EXPECT_EQ(n, 32767);
+}
+
+TEST(CodePage, EveryByteSurvivesTheRoundTrip) {
+    QByteArray all;
+    for (int b = 0; b < 256; ++b) {
+        all.append(static_cast<char>(b));
+    }
+    EXPECT_EQ(code_page::toAnsi(code_page::fromAnsi(all)), all);
+}
+
+TEST(CodePage, CharactersOutsideTheCodePageHaveNegativeCodes) {
+    EXPECT_EQ(code_page::ansiCode(QChar(u'A')), 65);
+    EXPECT_EQ(code_page::ansiCode(QChar(u'\u20AC')), 0x80); // the euro sign
+    EXPECT_EQ(code_page::ansiCode(QChar(u'\u00E9')), 0xE9);
+    EXPECT_LT(code_page::ansiCode(QChar(u'\u4E2D')), 0);
+    EXPECT_LT(code_page::ansiCode(QChar(u'\uAC00')), 0);
+    EXPECT_EQ(code_page::toAnsi(QStringLiteral("a\u4E2Db")), QByteArray("a?b"));
+}
+
+TEST(LiteralAddress, OnlyFourDecimalPartsOfAtMost255AreAnAddress) {
+    EXPECT_EQ(parseIPv4(QStringLiteral("127.0.0.1")), 0x7F000001U);
+    EXPECT_EQ(parseIPv4(QStringLiteral("255.255.255.255")), 0xFFFFFFFFU);
+    for (const char* bad : {"localhost", "127.1", "1.2.3.4.", "256.0.0.1", "1..2.3", "", "1.2.3.-4", "1.2.3.4 ", "0x7f.0.0.1"}) {
+        EXPECT_FALSE(parseIPv4(QString::fromLatin1(bad))) << bad;
+    }
+}
+
+} // namespace
+} // namespace sim

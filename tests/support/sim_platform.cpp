@@ -1,0 +1,361 @@
+#include "support/sim_platform.h"
+
+#include "panel/texts.h"
+#include "platform/ipv4.h"
+
+#include <QDir>
+
+#include <algorithm>
+
+namespace sim::test {
+
+// ---- Scheduler ----
+
+Scheduler::Scheduler(QDateTime start) : start_(std::move(start)) {}
+
+void Scheduler::at(Ms at, std::function<void()> fn) { queue_.emplace(Key{std::max(at, now_), seq_++}, std::move(fn)); }
+
+std::uint64_t Scheduler::cancelable(Ms at, std::function<void()> fn) {
+    const Key key{std::max(at, now_), seq_++};
+    queue_.emplace(key, std::move(fn));
+    keyOf_[key.seq] = key;
+    return key.seq;
+}
+
+void Scheduler::cancel(std::uint64_t id) {
+    auto it = keyOf_.find(id);
+    if (it != keyOf_.end()) {
+        queue_.erase(it->second);
+        keyOf_.erase(it);
+    }
+}
+
+bool Scheduler::runOneDue() {
+    if (queue_.empty() || queue_.begin()->first.at > now_) {
+        return false;
+    }
+    auto node = queue_.extract(queue_.begin());
+    keyOf_.erase(node.key().seq);
+    node.mapped()();
+    return true;
+}
+
+void Scheduler::pump() {
+    if (quit_) {
+        throw ApplicationQuit();
+    }
+    if (queue_.empty()) {
+        throw StuckPump("the event pump was called with nothing that could ever happen");
+    }
+    const Ms next = queue_.begin()->first.at;
+    if (next > horizon_) {
+        throw StuckPump("a loop pumped past the virtual time horizon");
+    }
+    now_ = std::max(now_, next);
+    while (runOneDue()) {
+    }
+    if (quit_) {
+        throw ApplicationQuit();
+    }
+}
+
+void Scheduler::runUntil(Ms until) {
+    while (!quit_ && !queue_.empty() && queue_.begin()->first.at <= until) {
+        now_ = std::max(now_, queue_.begin()->first.at);
+        runOneDue();
+    }
+    now_ = std::max(now_, until);
+}
+
+namespace {
+
+class SimTimer : public PlatformTimer {
+public:
+    SimTimer(Scheduler& scheduler, std::function<void()> onTick) : scheduler_(scheduler), onTick_(std::move(onTick)) {}
+    ~SimTimer() override { stop(); }
+    SimTimer(const SimTimer&) = delete;
+    SimTimer& operator=(const SimTimer&) = delete;
+
+    void start(int intervalMs) override {
+        stop();
+        interval_ = intervalMs;
+        arm();
+    }
+    void stop() override {
+        if (id_ != 0) {
+            scheduler_.cancel(id_);
+            id_ = 0;
+        }
+    }
+
+private:
+    void arm() {
+        id_ = scheduler_.cancelable(scheduler_.now() + interval_, [this] {
+            arm();
+            onTick_();
+        });
+    }
+    Scheduler& scheduler_;
+    std::function<void()> onTick_;
+    int interval_ = 0;
+    std::uint64_t id_ = 0;
+};
+
+} // namespace
+
+std::unique_ptr<PlatformTimer> Scheduler::createTimer(std::function<void()> onTick) {
+    return std::make_unique<SimTimer>(*this, std::move(onTick));
+}
+
+// ---- network ----
+
+Bytes bytesOf(const char* ascii) { return Bytes(ascii, ascii + std::char_traits<char>::length(ascii)); }
+
+void DeviceLink::send(const Bytes& bytes) {
+    if (socket_ == nullptr) {
+        return;
+    }
+    SimSocket* socket = socket_;
+    socket->network_.scheduler_.after(socket->network_.latency, [this, socket, bytes] {
+        if (socket_ == socket) {
+            socket->deliver(bytes);
+        }
+    });
+}
+
+void DeviceLink::send(const char* ascii) { send(bytesOf(ascii)); }
+
+void DeviceLink::close() {
+    if (SimSocket* socket = socket_) {
+        socket_ = nullptr;
+        socket->device_.reset();
+        socket->network_.scheduler_.after(socket->network_.latency, [socket] { socket->peerGone(); });
+    }
+}
+
+void DeviceLink::reset() {
+    if (SimSocket* socket = socket_) {
+        socket_ = nullptr;
+        socket->device_.reset();
+        socket->network_.scheduler_.after(socket->network_.latency, [socket] { socket->peerReset(); });
+    }
+}
+
+std::unique_ptr<Socket> SimNetwork::createSocket(const QString& name) { return std::make_unique<SimSocket>(*this, name); }
+
+void SimNetwork::deviceListens(const QString& host, int port, Answer answer) { listeners_[{host, port}] = answer; }
+
+SimSocket* SimNetwork::socketNamed(const QString& name) const {
+    for (SimSocket* s : sockets_) {
+        if (s->name() == name) {
+            return s;
+        }
+    }
+    return nullptr;
+}
+
+std::shared_ptr<DeviceLink> SimNetwork::deviceConnects(int port) {
+    for (SimSocket* s : sockets_) {
+        if (s->state() == socket_state::kListening && s->localPort() == port) {
+            auto link = std::make_shared<DeviceLink>();
+            links_.push_back(link);
+            s->requestFrom(link);
+            return link;
+        }
+    }
+    return nullptr;
+}
+
+SimSocket::SimSocket(SimNetwork& network, QString name) : StreamSocket(std::move(name)), network_(network) {
+    network_.sockets_.push_back(this);
+}
+
+SimSocket::~SimSocket() {
+    events = {};
+    if (device_) {
+        device_->socket_ = nullptr;
+    }
+    std::erase(network_.sockets_, this);
+}
+
+void SimSocket::setProtocol(int protocol) {
+    if (protocol != 0) {
+        fail(socket_error::kInvalidArgumentFormat);
+    }
+}
+
+void SimSocket::connect() {
+    if (state() != socket_state::kClosed) {
+        fail(socket_error::kWrongProtocolOrState);
+    }
+    if (!parseIPv4(remoteHost_)) {
+        fail(socket_error::kHostNotFound);
+    }
+    if (remotePort_ <= 0 || remotePort_ > 65535) {
+        fail(socket_error::kInvalidArgumentFormat);
+    }
+    network_.dialled_.push_back(remoteHost_ + QLatin1Char(':') + QString::number(remotePort_));
+    setState(socket_state::kConnecting);
+    const auto listener = network_.listeners_.find({remoteHost_, remotePort_});
+    const Answer answer = listener == network_.listeners_.end() ? Answer::Refuse : listener->second;
+    const unsigned attempt = attempt_;
+    auto& scheduler = network_.scheduler_;
+    switch (answer) {
+    case Answer::Refuse:
+        scheduler.after(network_.latency, [this, attempt] {
+            if (attempt == attempt_) {
+                raiseError(socket_error::kConnectionRefused);
+            }
+        });
+        break;
+    case Answer::Ignore:
+        scheduler.after(21000, [this, attempt] {
+            if (attempt == attempt_ && state() == socket_state::kConnecting) {
+                raiseError(socket_error::kTimedOut);
+            }
+        });
+        break;
+    case Answer::Accept:
+        scheduler.after(network_.latency, [this, attempt] {
+            if (attempt == attempt_) {
+                auto device = std::make_shared<DeviceLink>();
+                network_.links_.push_back(device);
+                link(device);
+                if (network_.onLink) {
+                    network_.onLink(device);
+                }
+            }
+        });
+        break;
+    }
+}
+
+void SimSocket::link(std::shared_ptr<DeviceLink> device) {
+    reset();
+    device_ = std::move(device);
+    device_->socket_ = this;
+    setState(socket_state::kConnected);
+}
+
+void SimSocket::listen() {
+    if (state() != socket_state::kClosed) {
+        fail(socket_error::kWrongProtocolOrState);
+    }
+    if (localPort_ < 0 || localPort_ > 65535) {
+        fail(socket_error::kInvalidArgumentFormat);
+    }
+    const bool taken = std::ranges::find(network_.occupied_, localPort_) != network_.occupied_.end() ||
+                       std::ranges::any_of(network_.sockets_, [this](const SimSocket* s) {
+                           return s != this && s->state() == socket_state::kListening && s->localPort_ == localPort_;
+                       });
+    if (taken) {
+        fail(socket_error::kAddressInUse);
+    }
+    if (localPort_ == 0) {
+        localPort_ = 49152;
+    }
+    setState(socket_state::kListening);
+}
+
+void SimSocket::requestFrom(std::shared_ptr<DeviceLink> link) {
+    const std::int32_t id = nextRequest_++;
+    requests_[id] = std::move(link);
+    // Not dropped by a Close: the handler closes the listen before it accepts.
+    postEvent([this, id] {
+        if (state() == socket_state::kListening && events.connectionRequest) {
+            events.connectionRequest(id);
+        }
+        requests_.erase(id); // a request that was not accepted is turned away
+    });
+}
+
+void SimSocket::accept(std::int32_t requestId) {
+    if (state() != socket_state::kClosed) {
+        fail(socket_error::kWrongProtocolOrState);
+    }
+    auto request = requests_.find(requestId);
+    if (request == requests_.end()) {
+        fail(socket_error::kInvalidArgument);
+    }
+    auto device = request->second;
+    requests_.erase(request);
+    link(device);
+}
+
+void SimSocket::sendData(const Bytes& data) {
+    if (state() != socket_state::kConnected) {
+        fail(socket_error::kWrongProtocolOrState);
+    }
+    sent.emplace_back(static_cast<int>(network_.scheduler_.now()), data);
+    if (auto device = device_) {
+        network_.scheduler_.after(network_.latency, [device, data] {
+            device->received_.insert(device->received_.end(), data.begin(), data.end());
+            if (device->onReceive) {
+                device->onReceive(data);
+            }
+        });
+    }
+}
+
+void SimSocket::close() {
+    ++attempt_;
+    if (auto device = std::exchange(device_, nullptr)) {
+        device->socket_ = nullptr;
+        network_.scheduler_.after(network_.latency, [device] {
+            if (device->onClosedBySimulator) {
+                device->onClosedBySimulator();
+            }
+        });
+    }
+    setState(socket_state::kClosed);
+    reset();
+}
+
+// ---- dialogs, settings, folders, browser ----
+
+void SimDialogs::messageBox(const QString& text, int style, const std::optional<QString>& title) {
+    shown.push_back({text, style, title.value_or(QLatin1String(texts::kAppTitle)), scheduler_.now()});
+    scheduler_.advance(answerAfter);
+}
+
+std::optional<QString> SimDialogs::showSave(const SaveDialogRequest& request) {
+    saveRequests.push_back(request);
+    scheduler_.advance(answerAfter);
+    if (saveAnswers.empty()) {
+        return std::nullopt;
+    }
+    const bool chosen = saveAnswers.front().has_value();
+    const QString path = saveAnswers.front().value_or(QString());
+    saveAnswers.pop_front();
+    if (!chosen) {
+        return std::nullopt;
+    }
+    return path;
+}
+
+QString MemorySettings::read(const QString& app, const QString& section, const QString& key, const QString& fallback) {
+    auto it = values.find(app + QLatin1Char('/') + section + QLatin1Char('/') + key);
+    return it == values.end() ? fallback : it->second;
+}
+
+void MemorySettings::write(const QString& app, const QString& section, const QString& key, const QString& value) {
+    values[app + QLatin1Char('/') + section + QLatin1Char('/') + key] = value;
+    ++writes;
+}
+
+TempFolders::TempFolders()
+    : program_(QDir::toNativeSeparators(root_.path() + QStringLiteral("/program"))),
+      working_(QDir::toNativeSeparators(root_.path() + QStringLiteral("/work"))) {
+    QDir().mkpath(program_);
+    QDir().mkpath(working_);
+}
+
+bool SimBrowser::openUrl(const QString& address) {
+    if (failWith) {
+        throw *failWith;
+    }
+    opened.push_back(address);
+    return true;
+}
+
+} // namespace sim::test
