@@ -38,7 +38,7 @@ TEST(ControlTable, EachOptionGroupStartsWithExactlyOneSelected) {
             selected[c->holder()] += static_cast<const OptionButton*>(c)->value() ? 1 : 0;
         }
     }
-    EXPECT_EQ(selected.size(), 7U);
+    EXPECT_EQ(selected.size(), 6U);
     for (const auto& [holder, count] : selected) {
         EXPECT_EQ(count, 1) << holder->name().toStdString();
     }
@@ -90,7 +90,8 @@ TEST(TextBox, SelectionIsClampedToTheText) {
 TEST(OptionButton, SelectingOneClearsItsGroupAndClicksOnlyOnChange) {
     SimForm f(false);
     std::vector<QString> clicks;
-    for (OptionButton* o : {&f.p.opt_Receive_Only, &f.p.opt_Send_Only, &f.p.opt_Send_recv, &f.p.opt_Send_input}) {
+    for (OptionButton* o :
+         {&f.p.opt_Receive_Only, &f.p.opt_Send_Only, &f.p.opt_Send_recv, &f.p.opt_Send_input}) {
         o->Click = [&clicks, o] { clicks.push_back(o->name()); };
     }
     f.p.opt_Send_Only.setValue(true);

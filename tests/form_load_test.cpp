@@ -23,7 +23,8 @@ QStringList boxes(Panel& p) {
 // A form loaded on a platform whose store already holds these values.
 struct Loaded {
     SimForm f{false};
-    explicit Loaded(std::optional<QString> address = std::nullopt, std::optional<QString> port = std::nullopt) {
+    explicit Loaded(std::optional<QString> address = std::nullopt,
+                    std::optional<QString> port = std::nullopt) {
         if (address) {
             f.sim.settings.values[kAddressKey] = *address;
         }
@@ -44,9 +45,9 @@ TEST(FormLoad, BuildsTheStartingPanel) {
     EXPECT_EQ(p.com_Count.text(), QStringLiteral("Endless"));
     EXPECT_EQ(p.Cmd_Start.caption(), QStringLiteral("Connect"));
     EXPECT_TRUE(p.Cmd_Start.enabled());
-    for (const Control* off : std::initializer_list<const Control*>{&p.Cmd_Send, &p.cmd_End, &p.cmd_CSend, &p.Frame10,
-                                                                     &p.opt_Repeat, &p.opt_OneTime, &p.com_Timegap,
-                                                                     &p.com_Count, &p.Label7, &p.txt_Logfile, &p.cmd_browser}) {
+    for (const Control* off : std::initializer_list<const Control*>{
+             &p.Cmd_Send, &p.cmd_End, &p.cmd_CSend, &p.Frame10, &p.opt_Repeat, &p.opt_OneTime, &p.com_Timegap,
+             &p.com_Count, &p.Label7, &p.txt_Logfile, &p.cmd_browser}) {
         EXPECT_FALSE(off->enabled()) << off->name().toStdString();
     }
     for (const OptionButton* on : {&p.opt_Server, &p.opt_Send_recv, &p.opt_Ascii, &p.opt_List, &p.Opt_Cnn1}) {
@@ -64,7 +65,8 @@ TEST(FormLoad, BuildsTheStartingPanel) {
 
 TEST(FormLoad, TheLogFileIsDatedUnderTheProgramFolderAndNotTouched) {
     Loaded l;
-    const QString expected = QDir::toNativeSeparators(l.f.sim.folders.programFolder() + QStringLiteral("/Log/20261122.dat"));
+    const QString expected =
+        QDir::toNativeSeparators(l.f.sim.folders.programFolder() + QStringLiteral("/Log/20261122.dat"));
     EXPECT_EQ(l.f.p.txt_Logfile.text(), expected);
     EXPECT_FALSE(QDir(l.f.sim.folders.programFolder() + QStringLiteral("/Log")).exists());
 }
@@ -105,8 +107,7 @@ INSTANTIATE_TEST_SUITE_P(
         // An emptied box leaves two dots in a row; it comes back empty.
         SavedAddressCase{"10.1..3.", {"10", "1", "", "3"}, "10.1..3."},
         // Fewer than four pieces: the boxes it reaches are filled, the others stay empty.
-        SavedAddressCase{"10.1", {"10", "1", "", ""}, "10.1...."},
-        SavedAddressCase{"", {"", "", "", ""}, ""}),
+        SavedAddressCase{"10.1", {"10", "1", "", ""}, "10.1..."}, SavedAddressCase{"", {"", "", "", ""}, ""}),
     [](const auto& info) { return "case" + std::to_string(info.index); });
 
 TEST(SavedSettings, EveryChangeOfABoxIsWrittenAtOnce) {

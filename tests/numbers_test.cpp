@@ -23,8 +23,14 @@ TEST(Int16, HoldsBothLimitsAndFailsOneStepPastEither) {
     EXPECT_EQ(bottom, -32768);
     EXPECT_TRUE(overflows([&] { ++top; }));
     EXPECT_TRUE(overflows([&] { --bottom; }));
-    EXPECT_TRUE(overflows([] { Int16 x = 40000; (void)x; }));
-    EXPECT_TRUE(overflows([] { Int16 x = -32769; (void)x; }));
+    EXPECT_TRUE(overflows([] {
+        Int16 x = 40000;
+        (void)x;
+    }));
+    EXPECT_TRUE(overflows([] {
+        Int16 x = -32769;
+        (void)x;
+    }));
     // A failed step leaves the value as it was: nothing wraps.
     EXPECT_EQ(top, 32767);
     EXPECT_EQ(bottom, -32768);
@@ -53,7 +59,8 @@ TEST(CodePage, CharactersOutsideTheCodePageHaveNegativeCodes) {
 TEST(LiteralAddress, OnlyFourDecimalPartsOfAtMost255AreAnAddress) {
     EXPECT_EQ(parseIPv4(QStringLiteral("127.0.0.1")), 0x7F000001U);
     EXPECT_EQ(parseIPv4(QStringLiteral("255.255.255.255")), 0xFFFFFFFFU);
-    for (const char* bad : {"localhost", "127.1", "1.2.3.4.", "256.0.0.1", "1..2.3", "", "1.2.3.-4", "1.2.3.4 ", "0x7f.0.0.1"}) {
+    for (const char* bad : {"localhost", "127.1", "1.2.3.4.", "256.0.0.1", "1..2.3", "", "1.2.3.-4",
+                            "1.2.3.4 ", "0x7f.0.0.1"}) {
         EXPECT_FALSE(parseIPv4(QString::fromLatin1(bad))) << bad;
     }
 }

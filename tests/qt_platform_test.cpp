@@ -46,7 +46,9 @@ TEST(QtPlatform, AMessageBoxHoldsSocketEventsAndMergesTimerTicksUntilItCloses) {
     socket->setRemoteHost(QStringLiteral("127.0.0.1"));
     socket->setRemotePort(device.serverPort());
     socket->connect();
-    ASSERT_TRUE(pumpUntil(platform.pump, [&] { return socket->state() == socket_state::kConnected && device.hasPendingConnections(); }));
+    ASSERT_TRUE(pumpUntil(platform.pump, [&] {
+        return socket->state() == socket_state::kConnected && device.hasPendingConnections();
+    }));
     QTcpSocket* peer = device.nextPendingConnection();
 
     QElapsedTimer clock;
@@ -117,11 +119,14 @@ TEST(QtPlatform, ClosingTheWindowEndsALoopThatPumpsAndClosesBothSockets) {
 
 TEST(QtPlatform, SettingsReachTheStoreAtOnce) {
     qt::QtSettingsStore store;
-    store.write(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"), QStringLiteral("PORT"), QStringLiteral("4711"));
+    store.write(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"), QStringLiteral("PORT"),
+                QStringLiteral("4711"));
     QSettings fresh(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"));
     EXPECT_EQ(fresh.value(QStringLiteral("PORT")).toString(), QStringLiteral("4711"));
-    EXPECT_TRUE(fresh.fileName().startsWith(QString::fromLocal8Bit(qgetenv("XDG_CONFIG_HOME")))) << "tests keep off the real store";
-    EXPECT_EQ(store.read(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"), QStringLiteral("ADDRESS"), QStringLiteral("d")),
+    EXPECT_TRUE(fresh.fileName().startsWith(QString::fromLocal8Bit(qgetenv("XDG_CONFIG_HOME"))))
+        << "tests keep off the real store";
+    EXPECT_EQ(store.read(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"),
+                         QStringLiteral("ADDRESS"), QStringLiteral("d")),
               QStringLiteral("d"));
 }
 

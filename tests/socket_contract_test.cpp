@@ -61,7 +61,10 @@ public:
     }
     int deadPort() { return 4101; }
     std::shared_ptr<Peer> acceptedPeer() {
-        return sim_.network.lastLink() ? std::make_shared<SimPeer>(sim_.network.lastLink()) : nullptr;
+        if (!waitFor([this] { return sim_.network.lastLink() != nullptr; })) {
+            return nullptr;
+        }
+        return std::make_shared<SimPeer>(sim_.network.lastLink());
     }
     std::shared_ptr<Peer> dial(int port) {
         auto link = sim_.network.deviceConnects(port);
@@ -89,7 +92,8 @@ public:
     void close() override { socket_->disconnectFromHost(); }
     void reset() override {
         const linger hard{1, 0};
-        ::setsockopt(static_cast<int>(socket_->socketDescriptor()), SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+        ::setsockopt(static_cast<int>(socket_->socketDescriptor()), SOL_SOCKET, SO_LINGER, &hard,
+                     sizeof hard);
         socket_->abort();
     }
     Bytes received() override { return received_; }

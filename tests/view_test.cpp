@@ -17,7 +17,10 @@ namespace {
 struct ViewCase : ::testing::Test {
     MixedForm f;
     qt::PanelView view{f.p, f.op};
-    void SetUp() override { view.show(); }
+    void SetUp() override {
+        view.show();
+        QApplication::setActiveWindow(&view);
+    }
     template <class W> W* widget(const Control& c) { return qobject_cast<W*>(view.widgetFor(c)); }
 };
 
@@ -31,7 +34,8 @@ TEST_F(ViewCase, EveryControlSitsAtItsTwipsPosition) {
         }
         ASSERT_NE(w, nullptr) << c->name().toStdString();
         const Geometry& g = c->spec().geometry;
-        EXPECT_EQ(w->geometry(), QRect(g.left / 15, g.top / 15, g.width / 15, g.height / 15)) << c->name().toStdString();
+        EXPECT_EQ(w->geometry(), QRect(g.left / 15, g.top / 15, g.width / 15, g.height / 15))
+            << c->name().toStdString();
         ++placed;
     }
     EXPECT_EQ(placed, 84);
@@ -44,12 +48,14 @@ TEST_F(ViewCase, CaptionsFontsColoursAndStatesFollowTheModel) {
     EXPECT_EQ(widget<QGroupBox>(f.p.Frame1)->title(), QStringLiteral(" [ Tarnix ] "));
     EXPECT_EQ(widget<QLabel>(f.p.Label11)->text(), f.p.Label11.caption());
     EXPECT_TRUE(widget<QGroupBox>(f.p.Frame8)->font().bold());
-    EXPECT_FALSE(widget<QLineEdit>(f.p.txt_Data_Input)->font().bold()) << "a box in a bold frame keeps its regular font";
+    EXPECT_FALSE(widget<QLineEdit>(f.p.txt_Data_Input)->font().bold())
+        << "a box in a bold frame keeps its regular font";
     EXPECT_EQ(widget<QLineEdit>(f.p.txt_Data_Input)->font().pixelSize(), 12);
     EXPECT_EQ(view.widgetFor(f.p.List1)->font().pixelSize(), 13);
     EXPECT_EQ(widget<QLineEdit>(f.p.txt_Port)->palette().color(QPalette::Base), QColor(0xC0, 0xC0, 0xC0));
     // The system button face is a colour of its own, not the fixed grey.
-    EXPECT_EQ(view.widgetFor(f.p.com_Count)->palette().color(QPalette::Base), QApplication::palette().color(QPalette::Button));
+    EXPECT_EQ(view.widgetFor(f.p.com_Count)->palette().color(QPalette::Base),
+              QApplication::palette().color(QPalette::Button));
     EXPECT_FALSE(view.widgetFor(f.p.Cmd_Send)->isEnabled());
     f.p.Cmd_Send.setEnabled(true);
     EXPECT_TRUE(view.widgetFor(f.p.Cmd_Send)->isEnabled());
@@ -118,7 +124,8 @@ TEST_F(ViewCase, ClickingAnOptionLeavesOneSelectedPerGroup) {
     EXPECT_TRUE(f.p.opt_File.value());
     EXPECT_FALSE(widget<QAbstractButton>(f.p.opt_List)->isChecked());
     QTest::mouseClick(view.widgetFor(f.p.opt_File), Qt::LeftButton);
-    EXPECT_TRUE(widget<QAbstractButton>(f.p.opt_File)->isChecked()) << "a click on the selected option keeps it";
+    EXPECT_TRUE(widget<QAbstractButton>(f.p.opt_File)->isChecked())
+        << "a click on the selected option keeps it";
 }
 
 TEST_F(ViewCase, ABurstOfRowsReachesTheListInOneBatch) {

@@ -4,7 +4,8 @@ namespace sim {
 
 FrmSimulator::FrmSimulator(const Platform& platform)
     : platform_(platform), panel_(platform.timers, platform.network, platform.dialogs),
-      operator_(panel_, platform.pump), settings_(panel_, platform.settings, platform.dialogs, platform.browser),
+      operator_(panel_, platform.pump),
+      settings_(panel_, platform.settings, platform.dialogs, platform.browser),
       lifecycle_(panel_, settings_, platform.clock, platform.folders) {
     wire();
 }

@@ -11,7 +11,9 @@ namespace {
 constexpr int kInvalidPropertyValue = 380;
 constexpr int kCancelSelected = 32755;
 
-RuntimeFailure invalidValue() { return RuntimeFailure(kInvalidPropertyValue, QStringLiteral("Invalid property value")); }
+RuntimeFailure invalidValue() {
+    return RuntimeFailure(kInvalidPropertyValue, QStringLiteral("Invalid property value"));
+}
 
 unsigned designBack(const ControlSpec& spec) {
     switch (spec.back) {
@@ -100,16 +102,20 @@ bool Control::canHoldFocus() const {
 
 void Control::setFocus() {
     if (!canHoldFocus() || !takesInput()) {
-        throw RuntimeFailure(failure::kInvalidProcedureCall, QStringLiteral("Invalid procedure call or argument"));
+        throw RuntimeFailure(failure::kInvalidProcedureCall,
+                             QStringLiteral("Invalid procedure call or argument"));
     }
     panel_.moveFocus(this);
 }
 
-void Control::changed(Prop prop) { panel_.notify(this, prop); }
+void Control::changed(Prop prop) {
+    panel_.notify(this, prop);
+}
 
 // ---- Label, Button ----
 
-Label::Label(Panel& panel, const ControlSpec& spec) : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
+Label::Label(Panel& panel, const ControlSpec& spec)
+    : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
 
 void Label::setCaption(const QString& caption) {
     if (caption_ != caption) {
@@ -118,7 +124,8 @@ void Label::setCaption(const QString& caption) {
     }
 }
 
-Button::Button(Panel& panel, const ControlSpec& spec) : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
+Button::Button(Panel& panel, const ControlSpec& spec)
+    : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
 
 void Button::setCaption(const QString& caption) {
     if (caption_ != caption) {
@@ -175,7 +182,9 @@ void CheckBox::setValue(Int16 value) {
 TextBox::TextBox(Panel& panel, const ControlSpec& spec)
     : Control(panel, spec), text_(QString::fromLatin1(spec.caption)), backColor_(designBack(spec)) {}
 
-void TextBox::setText(const QString& text) { replaceText(text, 0); }
+void TextBox::setText(const QString& text) {
+    replaceText(text, 0);
+}
 
 void TextBox::replaceText(const QString& text, int caret) {
     const bool differs = text_ != text;
@@ -188,7 +197,9 @@ void TextBox::replaceText(const QString& text, int caret) {
     }
 }
 
-void TextBox::applyOperatorEdit(const QString& text, int caret) { replaceText(text, caret); }
+void TextBox::applyOperatorEdit(const QString& text, int caret) {
+    replaceText(text, caret);
+}
 
 void TextBox::setSelStart(int start) {
     if (start < 0) {
@@ -207,7 +218,9 @@ void TextBox::setSelLength(int length) {
     changed(Prop::Selection);
 }
 
-QString TextBox::selText() const { return text_.mid(selStart_, selLength_); }
+QString TextBox::selText() const {
+    return text_.mid(selStart_, selLength_);
+}
 
 void TextBox::setSelText(const QString& text) {
     const int start = selStart_;
@@ -330,7 +343,8 @@ void Timer::tick() {
 
 // ---- SaveDialog ----
 
-SaveDialog::SaveDialog(Panel& panel, const ControlSpec& spec, Dialogs& dialogs) : Control(panel, spec), dialogs_(dialogs) {}
+SaveDialog::SaveDialog(Panel& panel, const ControlSpec& spec, Dialogs& dialogs)
+    : Control(panel, spec), dialogs_(dialogs) {}
 
 void SaveDialog::ShowSave() {
     SaveDialogRequest request;
@@ -341,7 +355,8 @@ void SaveDialog::ShowSave() {
     if (auto chosen = dialogs_.showSave(request)) {
         FileName = *chosen;
     } else if (CancelError) {
-        throw RuntimeFailure(kCancelSelected, QStringLiteral("Cancel was selected."), QStringLiteral("CommonDialog"));
+        throw RuntimeFailure(kCancelSelected, QStringLiteral("Cancel was selected."),
+                             QStringLiteral("CommonDialog"));
     }
 }
 

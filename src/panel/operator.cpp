@@ -11,9 +11,13 @@ constexpr int kBackspace = 8;
 constexpr int kCtrlBackspace = 127;
 constexpr int kKeyTab = 9;
 
-bool isCharacter(int code) { return code >= 32 && code != kCtrlBackspace; }
+bool isCharacter(int code) {
+    return code >= 32 && code != kCtrlBackspace;
+}
 
-TextBox* asTextBox(Control* c) { return c != nullptr && c->kind() == Kind::TextBox ? static_cast<TextBox*>(c) : nullptr; }
+TextBox* asTextBox(Control* c) {
+    return c != nullptr && c->kind() == Kind::TextBox ? static_cast<TextBox*>(c) : nullptr;
+}
 
 } // namespace
 
@@ -72,15 +76,14 @@ void Operator::tab(bool backwards) {
     keyUp(kKeyTab, backwards ? 1 : 0);
 }
 
-Int16 Operator::filterCharacter(QChar ch) {
+Int16 Operator::filterCharacter(TextBox& box, QChar ch) {
     Int16 code = code_page::ansiCode(ch);
-    TextBox* box = asTextBox(panel_.focused());
-    if (box == nullptr || !box->takesInput()) {
+    if (!box.takesInput()) {
         return 0;
     }
     panel_.dispatch([&] {
-        if (box->KeyPress) {
-            box->KeyPress(code);
+        if (box.KeyPress) {
+            box.KeyPress(code);
         }
     });
     return code;
@@ -88,8 +91,11 @@ Int16 Operator::filterCharacter(QChar ch) {
 
 void Operator::keyPress(QChar ch) {
     TextBox* box = asTextBox(panel_.focused());
-    const Int16 code = filterCharacter(ch);
-    if (box != nullptr && code != 0 && !box->readOnly()) {
+    if (box == nullptr) {
+        return;
+    }
+    const Int16 code = filterCharacter(*box, ch);
+    if (code != 0 && !box->readOnly()) {
         panel_.dispatch([&] { applyCharacter(*box, code); });
     }
 }
@@ -116,7 +122,8 @@ void Operator::applyCharacter(TextBox& box, int code) {
         text.remove(start, length);
         box.applyOperatorEdit(text, start);
     } else if (isCharacter(code) || code < 0) {
-        const QChar c = code < 0 ? QChar(static_cast<char16_t>(-code)) : code_page::fromAnsiByte(static_cast<std::uint8_t>(code));
+        const QChar c = code < 0 ? QChar(static_cast<char16_t>(-code))
+                                 : code_page::fromAnsiByte(static_cast<std::uint8_t>(code));
         text.replace(start, length, c);
         box.applyOperatorEdit(text, start + 1);
     }
@@ -135,6 +142,10 @@ void Operator::keyUp(int keyCode, int shift) {
 }
 
 void Operator::type(TextBox& box, const QString& text) {
+    if (panel_.focused() != &box) {
+        // The operator clicks behind the text; a GotFocus handler may still select it all.
+        panel_.dispatch([&] { box.setSelStart(static_cast<int>(box.text().size())); });
+    }
     if (!focus(box)) {
         return;
     }

@@ -18,9 +18,9 @@ public:
     // Tab or Shift+Tab: the focus moves in tab order to the next control that can take it.
     void tab(bool backwards = false);
 
-    // The character event of the focused box: the code that reaches the box, 0 when a handler cancelled
-    // it. A character outside the code page has a negative code.
-    Int16 filterCharacter(QChar ch);
+    // The character event of the box the key was typed in: the code that reaches the box, 0 when a
+    // handler cancelled it. A character outside the code page has a negative code.
+    Int16 filterCharacter(TextBox& box, QChar ch);
     // A key that yields a character, applied by the model's own edit rules (for tests and scripts).
     void keyPress(QChar ch);
     // A key released; it goes to the box that holds the focus at that moment.

@@ -5,12 +5,13 @@
 namespace sim {
 
 QString SavedSettings::read(const char* key, const char* fallback) {
-    return store_.read(QLatin1String(texts::kSettingsApp), QLatin1String(texts::kAppTitle), QLatin1String(key),
-                       QLatin1String(fallback));
+    return store_.read(QLatin1String(texts::kSettingsApp), QLatin1String(texts::kAppTitle),
+                       QLatin1String(key), QLatin1String(fallback));
 }
 
 void SavedSettings::write(const char* key, const QString& value) {
-    store_.write(QLatin1String(texts::kSettingsApp), QLatin1String(texts::kAppTitle), QLatin1String(key), value);
+    store_.write(QLatin1String(texts::kSettingsApp), QLatin1String(texts::kAppTitle), QLatin1String(key),
+                 value);
 }
 
 void SavedSettings::readAtStart() {
@@ -32,13 +33,16 @@ void SavedSettings::txt_Destination_IP_Change(int /*index*/) {
     write(texts::kAddressKey, address);
 }
 
-void SavedSettings::txt_Destination_Port_Change() { write(texts::kPortKey, panel_.txt_Destination_Port.text()); }
+void SavedSettings::txt_Destination_Port_Change() {
+    write(texts::kPortKey, panel_.txt_Destination_Port.text());
+}
 
 void SavedSettings::Label11_Click() {
     try {
         browser_.openUrl(panel_.Label11.caption()); // a refusal to open is not reported
     } catch (const RuntimeFailure& failure) {
-        dialogs_.messageBox(failure.description(), msg_style::kCritical, QString::fromLatin1(texts::kErrorTitle));
+        dialogs_.messageBox(failure.description(), msg_style::kCritical,
+                            QString::fromLatin1(texts::kErrorTitle));
     }
 }
 

@@ -164,7 +164,7 @@ class Clock {
 public:
     virtual ~Clock() = default;
     virtual QDate localDate() const = 0;
-    virtual QTime localTime() const = 0; // whole seconds are what callers read of it
+    virtual QTime localTime() const = 0;        // whole seconds are what callers read of it
     virtual int systemMilliseconds() const = 0; // 0..999 of the system time, read apart from the local time
 };
 

@@ -31,7 +31,8 @@ QString description(int number) {
     case kWrongProtocolOrState:
         return QStringLiteral("Wrong protocol or connection state for the requested transaction or request");
     case kInvalidArgumentFormat:
-        return QStringLiteral("The argument passed to a function was not in the correct format or in the specified range");
+        return QStringLiteral(
+            "The argument passed to a function was not in the correct format or in the specified range");
     case kInvalidOperation:
         return QStringLiteral("Invalid operation at current state");
     default:

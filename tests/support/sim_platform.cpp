@@ -13,7 +13,9 @@ namespace sim::test {
 
 Scheduler::Scheduler(QDateTime start) : start_(std::move(start)) {}
 
-void Scheduler::at(Ms at, std::function<void()> fn) { queue_.emplace(Key{std::max(at, now_), seq_++}, std::move(fn)); }
+void Scheduler::at(Ms at, std::function<void()> fn) {
+    queue_.emplace(Key{std::max(at, now_), seq_++}, std::move(fn));
+}
 
 std::uint64_t Scheduler::cancelable(Ms at, std::function<void()> fn) {
     const Key key{std::max(at, now_), seq_++};
@@ -71,7 +73,8 @@ namespace {
 
 class SimTimer : public PlatformTimer {
 public:
-    SimTimer(Scheduler& scheduler, std::function<void()> onTick) : scheduler_(scheduler), onTick_(std::move(onTick)) {}
+    SimTimer(Scheduler& scheduler, std::function<void()> onTick)
+        : scheduler_(scheduler), onTick_(std::move(onTick)) {}
     ~SimTimer() override { stop(); }
     SimTimer(const SimTimer&) = delete;
     SimTimer& operator=(const SimTimer&) = delete;
@@ -109,10 +112,12 @@ std::unique_ptr<PlatformTimer> Scheduler::createTimer(std::function<void()> onTi
 
 // ---- network ----
 
-Bytes bytesOf(const char* ascii) { return Bytes(ascii, ascii + std::char_traits<char>::length(ascii)); }
+Bytes bytesOf(const char* ascii) {
+    return Bytes(ascii, ascii + std::char_traits<char>::length(ascii));
+}
 
 void DeviceLink::send(const Bytes& bytes) {
-    if (socket_ == nullptr) {
+    if (socket_ == nullptr || closing_) {
         return;
     }
     SimSocket* socket = socket_;
@@ -123,27 +128,37 @@ void DeviceLink::send(const Bytes& bytes) {
     });
 }
 
-void DeviceLink::send(const char* ascii) { send(bytesOf(ascii)); }
-
-void DeviceLink::close() {
-    if (SimSocket* socket = socket_) {
-        socket_ = nullptr;
-        socket->device_.reset();
-        socket->network_.scheduler_.after(socket->network_.latency, [socket] { socket->peerGone(); });
-    }
+void DeviceLink::send(const char* ascii) {
+    send(bytesOf(ascii));
 }
 
-void DeviceLink::reset() {
-    if (SimSocket* socket = socket_) {
-        socket_ = nullptr;
-        socket->device_.reset();
-        socket->network_.scheduler_.after(socket->network_.latency, [socket] { socket->peerReset(); });
+void DeviceLink::end(bool reset) {
+    if (socket_ == nullptr || closing_) {
+        return;
     }
+    closing_ = true;
+    SimSocket* socket = socket_;
+    // Behind the bytes already on their way.
+    socket->network_.scheduler_.after(socket->network_.latency, [this, socket, reset] {
+        if (socket_ == socket) {
+            socket_ = nullptr;
+            socket->device_.reset();
+            if (reset) {
+                socket->peerReset();
+            } else {
+                socket->peerGone();
+            }
+        }
+    });
 }
 
-std::unique_ptr<Socket> SimNetwork::createSocket(const QString& name) { return std::make_unique<SimSocket>(*this, name); }
+std::unique_ptr<Socket> SimNetwork::createSocket(const QString& name) {
+    return std::make_unique<SimSocket>(*this, name);
+}
 
-void SimNetwork::deviceListens(const QString& host, int port, Answer answer) { listeners_[{host, port}] = answer; }
+void SimNetwork::deviceListens(const QString& host, int port, Answer answer) {
+    listeners_[{host, port}] = answer;
+}
 
 SimSocket* SimNetwork::socketNamed(const QString& name) const {
     for (SimSocket* s : sockets_) {
@@ -244,10 +259,11 @@ void SimSocket::listen() {
     if (localPort_ < 0 || localPort_ > 65535) {
         fail(socket_error::kInvalidArgumentFormat);
     }
-    const bool taken = std::ranges::find(network_.occupied_, localPort_) != network_.occupied_.end() ||
-                       std::ranges::any_of(network_.sockets_, [this](const SimSocket* s) {
-                           return s != this && s->state() == socket_state::kListening && s->localPort_ == localPort_;
-                       });
+    const bool taken =
+        std::ranges::find(network_.occupied_, localPort_) != network_.occupied_.end() ||
+        std::ranges::any_of(network_.sockets_, [this](const SimSocket* s) {
+            return s != this && s->state() == socket_state::kListening && s->localPort_ == localPort_;
+        });
     if (taken) {
         fail(socket_error::kAddressInUse);
     }
@@ -333,12 +349,14 @@ std::optional<QString> SimDialogs::showSave(const SaveDialogRequest& request) {
     return path;
 }
 
-QString MemorySettings::read(const QString& app, const QString& section, const QString& key, const QString& fallback) {
+QString MemorySettings::read(const QString& app, const QString& section, const QString& key,
+                             const QString& fallback) {
     auto it = values.find(app + QLatin1Char('/') + section + QLatin1Char('/') + key);
     return it == values.end() ? fallback : it->second;
 }
 
-void MemorySettings::write(const QString& app, const QString& section, const QString& key, const QString& value) {
+void MemorySettings::write(const QString& app, const QString& section, const QString& key,
+                           const QString& value) {
     values[app + QLatin1Char('/') + section + QLatin1Char('/') + key] = value;
     ++writes;
 }

@@ -7,6 +7,7 @@
 #include "platform/runtime_failure.h"
 #include "platform/seam.h"
 #include "platform/stream_socket.h"
+#include "support/printing.h"
 
 #include <QDateTime>
 #include <QTemporaryDir>
@@ -76,7 +77,7 @@ private:
     Ms now_ = 0;
     Ms horizon_ = 7LL * 24 * 3600 * 1000;
     bool quit_ = false;
-    std::uint64_t seq_ = 0;
+    std::uint64_t seq_ = 1; // 0 stands for no event
     std::map<Key, std::function<void()>> queue_;
     std::map<std::uint64_t, Key> keyOf_;
 };
@@ -88,18 +89,20 @@ class DeviceLink {
 public:
     void send(const Bytes& bytes);
     void send(const char* ascii);
-    void close();  // an orderly close
-    void reset();  // the link is reset: the simulator sees error 10054
-    bool open() const { return socket_ != nullptr; }
+    void close() { end(false); } // an orderly close
+    void reset() { end(true); }  // the link is reset: the simulator sees error 10054
+    bool open() const { return socket_ != nullptr && !closing_; }
     const Bytes& received() const { return received_; } // everything the simulator sent
     void clearReceived() { received_.clear(); }
-    std::function<void(const Bytes&)> onReceive;          // the device's own answer, if any
+    std::function<void(const Bytes&)> onReceive; // the device's own answer, if any
     std::function<void()> onClosedBySimulator;
 
 private:
     friend class SimSocket;
     friend class SimNetwork;
+    void end(bool reset);
     SimSocket* socket_ = nullptr;
+    bool closing_ = false;
     Bytes received_;
 };
 
@@ -159,7 +162,9 @@ public:
     std::vector<std::pair<int, Bytes>> sent; // each SendData, with the virtual time it was made
 
     // Calls a real socket makes available to the carrier.
-    void deliver(const Bytes& bytes) { received(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())); }
+    void deliver(const Bytes& bytes) {
+        received(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+    }
     void peerGone() { peerClosed(); }
     void peerReset() { raiseError(socket_error::kConnectionReset); }
     void requestFrom(std::shared_ptr<DeviceLink> link);
@@ -197,7 +202,7 @@ public:
     std::vector<ShownDialog> shown;
     std::vector<SaveDialogRequest> saveRequests;
     std::deque<std::optional<QString>> saveAnswers; // empty: Cancel
-    Ms answerAfter = 0;                            // how long the operator takes to answer
+    Ms answerAfter = 0;                             // how long the operator takes to answer
 
 private:
     Scheduler& scheduler_;
@@ -205,7 +210,8 @@ private:
 
 class MemorySettings : public SettingsStore {
 public:
-    QString read(const QString& app, const QString& section, const QString& key, const QString& fallback) override;
+    QString read(const QString& app, const QString& section, const QString& key,
+                 const QString& fallback) override;
     void write(const QString& app, const QString& section, const QString& key, const QString& value) override;
     std::map<QString, QString> values; // "app/section/key"
     int writes = 0;
@@ -238,7 +244,9 @@ struct SimPlatform {
     MemorySettings settings;
     TempFolders folders;
     SimBrowser browser;
-    Platform platform() { return {scheduler, scheduler, network, dialogs, settings, scheduler, folders, browser}; }
+    Platform platform() {
+        return {scheduler, scheduler, network, dialogs, settings, scheduler, folders, browser};
+    }
 };
 
 Bytes bytesOf(const char* ascii);

@@ -29,12 +29,18 @@ constexpr int kFrameHeight = 405;
 // List rows reach the screen in batches, so a burst of thousands cannot freeze the window.
 constexpr int kRowBatchMs = 40;
 
-int px(int twips) { return twips / kTwipsPerPixel; }
+int px(int twips) {
+    return twips / kTwipsPerPixel;
+}
 
 QFont fontFor(Font font) {
     // Pixel sizes of the point sizes at 96 dpi, so that every display shows the same panel.
     QFont f(QStringLiteral("Arial"));
     f.setStyleHint(QFont::SansSerif);
+    // Every attribute set, so that nothing is inherited from a bold frame.
+    f.setBold(false);
+    f.setItalic(false);
+    f.setUnderline(false);
     switch (font) {
     case Font::Regular:
         f.setPixelSize(12);
@@ -66,7 +72,9 @@ QColor colourFor(unsigned colour) {
 }
 
 // A label shows one ampersand for two; buttons and frames read the doubled one themselves.
-QString labelText(const QString& caption) { return QString(caption).replace(QStringLiteral("&&"), QStringLiteral("&")); }
+QString labelText(const QString& caption) {
+    return QString(caption).replace(QStringLiteral("&&"), QStringLiteral("&"));
+}
 
 int vbKeyCode(const QKeyEvent* e) {
     const int k = e->key();
@@ -144,7 +152,9 @@ QIcon formIcon() {
 class RowsModel : public QAbstractListModel {
 public:
     using QAbstractListModel::QAbstractListModel;
-    int rowCount(const QModelIndex& parent) const override { return parent.isValid() ? 0 : static_cast<int>(rows_.size()); }
+    int rowCount(const QModelIndex& parent) const override {
+        return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+    }
     QVariant data(const QModelIndex& index, int role) const override {
         if (role != Qt::DisplayRole || index.row() < 0 || index.row() >= static_cast<int>(rows_.size())) {
             return {};
@@ -170,7 +180,8 @@ public:
 protected:
     void keyPressEvent(QKeyEvent* e) override {
         const QString text = e->text();
-        const bool ctrlBackspace = e->key() == Qt::Key_Backspace && e->modifiers().testFlag(Qt::ControlModifier);
+        const bool ctrlBackspace =
+            e->key() == Qt::Key_Backspace && e->modifiers().testFlag(Qt::ControlModifier);
         if ((text.isEmpty() && !ctrlBackspace) || e->key() == Qt::Key_Tab || e->key() == Qt::Key_Backtab ||
             e->key() == Qt::Key_Delete || e->key() == Qt::Key_Escape) {
             QLineEdit::keyPressEvent(e);
@@ -178,7 +189,7 @@ protected:
         }
         const QChar ch = ctrlBackspace ? QChar(char16_t{127}) : text.at(0);
         const int original = code_page::ansiCode(ch);
-        const int code = view_.op_.filterCharacter(ch);
+        const int code = view_.op_.filterCharacter(box_, ch);
         if (code == 0) {
             e->accept();
             return;
@@ -194,7 +205,8 @@ protected:
 
     void focusInEvent(QFocusEvent* e) override {
         QLineEdit::focusInEvent(e);
-        if (!view_.pushing_ && e->reason() != Qt::PopupFocusReason && e->reason() != Qt::ActiveWindowFocusReason) {
+        if (!view_.pushing_ && e->reason() != Qt::PopupFocusReason &&
+            e->reason() != Qt::ActiveWindowFocusReason) {
             view_.op_.focus(box_);
         }
     }
@@ -221,7 +233,9 @@ PanelView::PanelView(Panel& panel, Operator& op) : panel_(panel), op_(op) {
     flushRows();
 }
 
-PanelView::~PanelView() { panel_.observer = nullptr; }
+PanelView::~PanelView() {
+    panel_.observer = nullptr;
+}
 
 QSize PanelView::clientSize(int widthTwips, int heightTwips) {
     return {px(widthTwips - kFrameWidth), px(heightTwips - kFrameHeight)};
@@ -274,7 +288,8 @@ QWidget* PanelView::create(Control& control, QWidget* parent) {
     }
     case Kind::Label: {
         auto* label = new QLabel(parent);
-        label->setAlignment(((control.spec().flags & kRightAligned) != 0 ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignTop);
+        label->setAlignment(((control.spec().flags & kRightAligned) != 0 ? Qt::AlignRight : Qt::AlignLeft) |
+                            Qt::AlignTop);
         if (control.Click) {
             label->setCursor(Qt::PointingHandCursor);
         }
@@ -329,7 +344,8 @@ QWidget* PanelView::create(Control& control, QWidget* parent) {
         combo->setMaxVisibleItems(8);
         combo->addItems(model.entries());
         connect(combo, &QComboBox::activated, this, [this, &model](int index) { op_.choose(model, index); });
-        connect(combo->lineEdit(), &QLineEdit::textEdited, this, [this, &model](const QString& text) { op_.edited(model, text); });
+        connect(combo->lineEdit(), &QLineEdit::textEdited, this,
+                [this, &model](const QString& text) { op_.edited(model, text); });
         return combo;
     }
     case Kind::ListBox: {
@@ -388,7 +404,9 @@ void PanelView::push(Control& control) {
         break;
     case Kind::CheckBox: {
         const int value = static_cast<CheckBox&>(control).value();
-        static_cast<QCheckBox*>(w)->setCheckState(value == 0 ? Qt::Unchecked : value == 1 ? Qt::Checked : Qt::PartiallyChecked);
+        static_cast<QCheckBox*>(w)->setCheckState(value == 0   ? Qt::Unchecked
+                                                  : value == 1 ? Qt::Checked
+                                                               : Qt::PartiallyChecked);
         break;
     }
     case Kind::TextBox: {

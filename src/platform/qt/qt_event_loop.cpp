@@ -68,8 +68,12 @@ QtTimer::QtTimer(EventGate& gate, std::function<void()> onTick) : gate_(gate), o
     QObject::connect(&timer_, &QTimer::timeout, [this] { gate_.tick(pending_, onTick_); });
 }
 
-void QtTimer::start(int intervalMs) { timer_.start(intervalMs); }
+void QtTimer::start(int intervalMs) {
+    timer_.start(intervalMs);
+}
 
-void QtTimer::stop() { timer_.stop(); }
+void QtTimer::stop() {
+    timer_.stop();
+}
 
 } // namespace sim::qt

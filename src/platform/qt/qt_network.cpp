@@ -59,7 +59,9 @@ sockaddr_in inetAddress(std::uint32_t host, std::uint16_t port) {
     return address;
 }
 
-int newStreamSocket() { return ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
+int newStreamSocket() {
+    return ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+}
 
 // Bytes handed to SendData before a Close still go out, as they would from the system's own buffer:
 // the closed link lingers until they are written or the peer stops taking them.
@@ -115,7 +117,9 @@ QtSocket::~QtSocket() {
     }
 }
 
-QString QtSocket::localIP() const { return localAddress(); }
+QString QtSocket::localIP() const {
+    return localAddress();
+}
 
 void QtSocket::setProtocol(int protocol) {
     if (protocol != 0) {
@@ -191,7 +195,8 @@ void QtSocket::listen() {
     const int on = 1;
     ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     const sockaddr_in address = inetAddress(INADDR_ANY, static_cast<std::uint16_t>(localPort_));
-    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(fd, SOMAXCONN) != 0) {
+    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(fd, SOMAXCONN) != 0) {
         const int err = errno;
         ::close(fd);
         fail(fromErrno(err));

@@ -7,8 +7,8 @@
 #include <QByteArray>
 #include <QSocketNotifier>
 
-#include <set>
 #include <memory>
+#include <set>
 
 namespace sim::qt {
 

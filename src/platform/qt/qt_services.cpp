@@ -62,7 +62,8 @@ QString qtFilter(const QString& filter, int index, QString* selected) {
 
 void QtDialogs::messageBox(const QString& text, int style, const std::optional<QString>& title) {
     ModalScope scope(gate_);
-    QMessageBox box(iconFor(style), title.value_or(QLatin1String(texts::kAppTitle)), text, QMessageBox::Ok, parent_);
+    QMessageBox box(iconFor(style), title.value_or(QLatin1String(texts::kAppTitle)), text, QMessageBox::Ok,
+                    parent_);
     box.exec();
 }
 
@@ -74,29 +75,38 @@ std::optional<QString> QtDialogs::showSave(const SaveDialogRequest& request) {
     if (!request.promptOverwrite) {
         options |= QFileDialog::DontConfirmOverwrite;
     }
-    const QString chosen = QFileDialog::getSaveFileName(parent_, QString(), request.fileName, filter, &selected, options);
+    const QString chosen =
+        QFileDialog::getSaveFileName(parent_, QString(), request.fileName, filter, &selected, options);
     if (chosen.isEmpty()) {
         return std::nullopt;
     }
     return QDir::toNativeSeparators(chosen);
 }
 
-QString QtSettingsStore::read(const QString& app, const QString& section, const QString& key, const QString& fallback) {
+QString QtSettingsStore::read(const QString& app, const QString& section, const QString& key,
+                              const QString& fallback) {
     QSettings store(app, section);
     return store.value(key, fallback).toString();
 }
 
-void QtSettingsStore::write(const QString& app, const QString& section, const QString& key, const QString& value) {
+void QtSettingsStore::write(const QString& app, const QString& section, const QString& key,
+                            const QString& value) {
     QSettings store(app, section);
     store.setValue(key, value);
     store.sync();
 }
 
-QDate QtClock::localDate() const { return QDate::currentDate(); }
+QDate QtClock::localDate() const {
+    return QDate::currentDate();
+}
 
-QTime QtClock::localTime() const { return QTime::currentTime(); }
+QTime QtClock::localTime() const {
+    return QTime::currentTime();
+}
 
-int QtClock::systemMilliseconds() const { return QDateTime::currentDateTimeUtc().time().msec(); }
+int QtClock::systemMilliseconds() const {
+    return QDateTime::currentDateTimeUtc().time().msec();
+}
 
 QString QtFolders::programFolder() const {
     const QString own = QCoreApplication::applicationDirPath();
@@ -108,8 +118,12 @@ QString QtFolders::programFolder() const {
     return QDir::toNativeSeparators(data);
 }
 
-QString QtFolders::workingFolder() const { return QDir::toNativeSeparators(QDir::currentPath()); }
+QString QtFolders::workingFolder() const {
+    return QDir::toNativeSeparators(QDir::currentPath());
+}
 
-bool QtBrowser::openUrl(const QString& address) { return QDesktopServices::openUrl(QUrl::fromUserInput(address)); }
+bool QtBrowser::openUrl(const QString& address) {
+    return QDesktopServices::openUrl(QUrl::fromUserInput(address));
+}
 
 } // namespace sim::qt

@@ -24,7 +24,8 @@ private:
 // The per-user store; each write reaches the disk before it returns, since nothing is saved at exit.
 class QtSettingsStore : public SettingsStore {
 public:
-    QString read(const QString& app, const QString& section, const QString& key, const QString& fallback) override;
+    QString read(const QString& app, const QString& section, const QString& key,
+                 const QString& fallback) override;
     void write(const QString& app, const QString& section, const QString& key, const QString& value) override;
 };
 
