@@ -8,7 +8,6 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
-#include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -146,6 +145,43 @@ QIcon formIcon() {
     return icon;
 }
 
+// A frame drawn as the panel's frames are: an etched border whose top runs through the middle of the
+// caption, and the caption a little in from the left on the frame's own background.
+class FrameBox : public QWidget {
+public:
+    FrameBox(QString caption, bool border, QWidget* parent)
+        : QWidget(parent), caption_(std::move(caption)), border_(border) {}
+    const QString& caption() const { return caption_; }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        if (!border_) {
+            return;
+        }
+        QPainter p(this);
+        const QFontMetrics fm(font());
+        const int top = fm.height() / 2;
+        const QRect box(0, top, width() - 2, height() - top - 2);
+        p.setPen(palette().color(QPalette::Dark));
+        p.drawRect(box);
+        p.setPen(palette().color(QPalette::Light));
+        p.drawRect(box.translated(1, 1));
+        if (!caption_.isEmpty()) {
+            const QString text = QString(caption_).replace(QStringLiteral("&&"), QStringLiteral("&"));
+            const QRect textRect(kCaptionLeft, 0, fm.horizontalAdvance(text), fm.height());
+            p.fillRect(textRect, palette().color(QPalette::Window));
+            p.setPen(
+                palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::WindowText));
+            p.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter, text);
+        }
+    }
+
+private:
+    static constexpr int kCaptionLeft = 6;
+    QString caption_;
+    bool border_;
+};
+
 } // namespace
 
 // The rows of List1 as last shown; refreshed in batches from the model.
@@ -237,6 +273,11 @@ PanelView::~PanelView() {
     panel_.observer = nullptr;
 }
 
+QString PanelView::frameCaption(const QWidget* frame) {
+    const auto* box = dynamic_cast<const FrameBox*>(frame);
+    return box != nullptr ? box->caption() : QString();
+}
+
 QSize PanelView::clientSize(int widthTwips, int heightTwips) {
     return {px(widthTwips - kFrameWidth), px(heightTwips - kFrameHeight)};
 }
@@ -258,10 +299,14 @@ void PanelView::build() {
             w->installEventFilter(this);
         }
     }
-    // Controls lie over the frames beside them (the check box over the program steps' caption).
-    for (auto& [control, widget] : widgets_) {
-        if (control->kind() != Kind::Frame) {
-            widget->raise();
+    // Controls are opaque and lie over the frames beside them (the check box over the program steps'
+    // caption, whose closing bracket it hides); labels lie under the other controls.
+    for (bool labels : {true, false}) {
+        for (auto& [control, widget] : widgets_) {
+            if (control->kind() != Kind::Frame && (control->kind() == Kind::Label) == labels) {
+                widget->setAutoFillBackground(true);
+                widget->raise();
+            }
         }
     }
     // Tab order follows the tab positions of the table.
@@ -279,13 +324,9 @@ void PanelView::build() {
 
 QWidget* PanelView::create(Control& control, QWidget* parent) {
     switch (control.kind()) {
-    case Kind::Frame: {
-        auto& frame = static_cast<Frame&>(control);
-        if ((control.spec().flags & kBorderless) != 0) {
-            return new QWidget(parent);
-        }
-        return new QGroupBox(frame.caption(), parent);
-    }
+    case Kind::Frame:
+        return new FrameBox(static_cast<Frame&>(control).caption(), (control.spec().flags & kBorderless) == 0,
+                            parent);
     case Kind::Label: {
         auto* label = new QLabel(parent);
         label->setAlignment(((control.spec().flags & kRightAligned) != 0 ? Qt::AlignRight : Qt::AlignLeft) |
