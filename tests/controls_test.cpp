@@ -144,7 +144,7 @@ TEST(Frame, ADisabledFrameBlocksTheOperatorAtAnyDepthButNotTheProgram) {
 
     // chkMode lies over Frame10 but belongs to fraBack: disabling Frame10 leaves it usable.
     EXPECT_FALSE(f.p.Frame10.enabled());
-    EXPECT_TRUE(f.op.click(f.p.chkMode));
+    EXPECT_TRUE(f.p.chkMode.takesInput());
     f.op.type(f.p.txtStep(0), QStringLiteral("41"));
     EXPECT_EQ(f.p.txtStep(0).text(), QString()) << "a box in a disabled frame takes no typing";
     EXPECT_THROW(f.p.txtStep(0).setFocus(), RuntimeFailure);

@@ -6,8 +6,13 @@ FrmSimulator::FrmSimulator(const Platform& platform)
     : platform_(platform), panel_(platform.timers, platform.network, platform.dialogs),
       operator_(panel_, platform.pump),
       settings_(panel_, platform.settings, platform.dialogs, platform.browser),
-      lifecycle_(panel_, settings_, platform.clock, platform.folders) {
+      lifecycle_(panel_, settings_, platform.clock, platform.folders),
+      log_(panel_, platform.clock, platform.folders, platform.dialogs),
+      errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs),
+      level_(panel_, platform.folders.workingFolder()), options_(panel_),
+      link_(panel_, log_, platform.pump, platform.dialogs), manualSend_(panel_, log_, link_, platform.dialogs) {
     wire();
+    wireSockets();
 }
 
 void FrmSimulator::wire() {
@@ -21,6 +26,55 @@ void FrmSimulator::wire() {
     }
     p.txt_Destination_Port.Change = [this] { settings_.txt_Destination_Port_Change(); };
     p.Label11.Click = [this] { settings_.Label11_Click(); };
+
+    // Logging
+    p.cmd_Log.Click = [this] { log_.cmd_Log_Click(); };
+    p.opt_None.Click = [this] { level_.LogfileOff(); };
+    p.opt_List.Click = [this] { level_.LogfileOff(); };
+    p.opt_File.Click = [this] { level_.LogfileOn(); };
+    p.Opt_List_File.Click = [this] { level_.LogfileOn(); };
+    p.cmd_browser.Click = [this] { level_.cmd_browser_Click(); };
+
+    // Options and data input
+    p.opt_Send_Only.Click = [this] { options_.opt_Send_Only_Click(); };
+    p.opt_Receive_Only.Click = [this] { options_.opt_Receive_Only_Click(); };
+    p.opt_Send_input.Click = [this] { options_.opt_Send_input_Click(); };
+    p.opt_Send_recv.Click = [this] { options_.opt_Send_recv_Click(); };
+    p.opt_Repeat.Click = [this] { options_.opt_Repeat_Click(); };
+    p.opt_OneTime.Click = [this] { options_.opt_OneTime_Click(); };
+    p.opt_Ascii.Click = [this] { options_.opt_Ascii_Click(); };
+    p.opt_HexA.Click = [this] { options_.opt_HexA_Click(); };
+    p.Opt_Cnn1.Click = [this] { options_.Opt_Cnn1_Click(); };
+    p.Opt_Cnn2.Click = [this] { options_.Opt_Cnn2_Click(); };
+    p.chkMode.Click = [this] { options_.chkMode_Click(); };
+    p.txt_Data_Input.Change = [this] { options_.txt_Data_Input_Change(); };
+    p.txt_Data_Input.KeyPress = [this](Int16& key) { options_.txt_Data_Input_KeyPress(key); };
+    for (int i = 0; i < 4; ++i) {
+        p.txtStep(i).Change = [this, i] { options_.txtStep_Change(i); };
+        p.txtStep(i).KeyPress = [this, i](Int16& key) { options_.txtStep_KeyPress(i, key); };
+    }
+
+    // Link and manual send
+    p.Cmd_Start.Click = [this] { link_.Cmd_Start_Click(); };
+    p.cmd_End.Click = [this] { link_.cmd_End_Click(); };
+    p.TmrConnect.Tick = [this] { link_.TmrConnect_Timer(); };
+    p.client_status.Tick = [this] { link_.client_status_Timer(); };
+    p.Cmd_Send.Click = [this] { manualSend_.Cmd_Send_Click(); };
+    p.cmd_CSend.Click = [this] { manualSend_.cmd_CSend_Click(); };
+}
+
+void FrmSimulator::wireSockets() {
+    Panel& p = panel_;
+    // Socket events enter the form like any other event.
+    p.Client_Socket.events.dataArrival = [this](std::int32_t n) {
+        panel_.dispatch([this, n] { link_.Client_Socket_DataArrival(n); });
+    };
+    p.Client_Socket.events.error = [this](int number, const QString& description, const QString& source) {
+        panel_.dispatch([&] { errors_.Client_Socket_Error(number, description, source); });
+    };
+    p.Server_Socket.events.error = [this](int number, const QString& description, const QString& source) {
+        panel_.dispatch([&] { errors_.Server_Socket_Error(number, description, source); });
+    };
 }
 
 void FrmSimulator::load() {

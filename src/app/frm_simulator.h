@@ -1,10 +1,16 @@
 #pragma once
 
+#include "link/client_link.h"
+#include "logging/error_reports.h"
+#include "logging/log_book.h"
+#include "logging/log_level.h"
 #include "panel/form_lifecycle.h"
+#include "panel/options.h"
 #include "panel/operator.h"
 #include "panel/panel.h"
 #include "panel/saved_settings.h"
 #include "platform/seam.h"
+#include "traffic/manual_send.h"
 
 namespace sim {
 
@@ -19,14 +25,23 @@ public:
 
     Panel& panel() { return panel_; }
     Operator& op() { return operator_; }
+    Link& link() { return link_; }
+    LogBook& log() { return log_; }
 
 private:
     void wire();
+    void wireSockets();
     Platform platform_;
     Panel panel_;
     Operator operator_;
     SavedSettings settings_;
     FormLifecycle lifecycle_;
+    LogBook log_;
+    ErrorReports errors_;
+    LogLevel level_;
+    Options options_;
+    Link link_;
+    ManualSend manualSend_;
 };
 
 } // namespace sim

@@ -19,3 +19,42 @@ inline constexpr char kConnectCaption[] = "Connect";
 inline constexpr char kErrorTitle[] = "Error";
 
 } // namespace sim::texts
+
+namespace sim::texts {
+
+// Tails of the status lines.
+inline constexpr char kConnectionSuccess[] = "] : Connection Success";
+inline constexpr char kConnectionFail[] = "] : Connection Fail";
+inline constexpr char kClientDisconnected[] = "] : Client Disconnected";
+inline constexpr char kServerClosed[] = "] : Server Closed";
+inline constexpr char kListening[] = "] : Listen..";
+inline constexpr char kListenFail[] = "] : Listen Fail";
+inline constexpr char kClientConnected[] = "] : Client Connected";
+inline constexpr char kClientClosed[] = "] : Client Closed";
+
+// Message boxes: text and title.
+inline constexpr char kInputDestinationIP[] = "Input Destination IP";
+inline constexpr char kInputDestinationPort[] = "Input Destination Port";
+inline constexpr char kInputTimegap[] = "Input Timegap";
+inline constexpr char kTimegapTitle[] = "Timegap";
+inline constexpr char kInputCount[] = "Input Count";
+inline constexpr char kCountTitle[] = "Count";
+inline constexpr char kInputSendData[] = "input Send Data";
+inline constexpr char kSendDataTitle[] = "Send Data";
+inline constexpr char kPleaseInputData[] = "Please Input Data";
+inline constexpr char kSendFailTitle[] = "SEND FAIL";
+inline constexpr char kInvalidData[] = "Invalid Data";
+inline constexpr char kInvalidPass[] = "Invalid Pass";
+inline constexpr char kLogFileTitle[] = "LogFile";
+inline constexpr char kSocketErrorBox[] = "E........";
+
+// Socket error reports.
+inline constexpr char kClientSocketErrorTitle[] = "Err Title : Client Socket Error";
+inline constexpr char kServerSocketErrorTitle[] = "Err Title : Server Socket Error";
+inline constexpr char kClientSocketErrorRow[] = "Client Socket Error : Referance Err_Log File ....... ";
+inline constexpr char kServerSocketErrorRow[] = "Server Socket Error : Referance Err_Log File ....... ";
+
+// The Save dialog of the log file.
+inline constexpr char kLogFileFilter[] = "Text Files (*.log)|*.log";
+
+} // namespace sim::texts

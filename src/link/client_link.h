@@ -1,0 +1,46 @@
+#pragma once
+
+#include "logging/log_book.h"
+#include "panel/panel.h"
+
+#include <optional>
+
+namespace sim {
+
+// Starting and stopping a link, the connect wait, the watcher of an outgoing link and what the device
+// sends on it.
+class Link {
+public:
+    Link(Panel& panel, LogBook& log, EventPump& pump, Dialogs& dialogs)
+        : panel_(panel), log_(log), pump_(pump), dialogs_(dialogs) {}
+
+    // The listening branch of ConnectStart, taken when the device is the client: it runs until the
+    // operator ends listening and gives no value. Without it, listening ends at once.
+    std::function<std::optional<int>(const Stamp& started)> listeningBranch;
+
+    void Cmd_Start_Click();
+    // 0: a check refused; 1: an attempt was made; no value: listening was ended by the operator.
+    std::optional<int> ConnectStart();
+    // 1: connected within one tick of TmrConnect; 0: the wait ran out; 99: the connect could not start.
+    int ClientConnect();
+    bool SendParam_chk();
+    void PanelReset();
+    void TmrConnect_Timer();
+    void client_status_Timer();
+    void Client_Socket_DataArrival(std::int32_t bytesTotal);
+    void cmd_End_Click();
+
+    // The answer to arrived bytes by the action option, on the socket they came from.
+    void answer(Socket& socket, const Bytes& received, int count);
+
+private:
+    void armRepeat();
+    void message(const char* text, int style, const char* title);
+    Panel& panel_;
+    LogBook& log_;
+    EventPump& pump_;
+    Dialogs& dialogs_;
+    bool waiting_ = false;
+};
+
+} // namespace sim

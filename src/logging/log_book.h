@@ -1,0 +1,51 @@
+#pragma once
+
+#include "logging/record.h"
+#include "panel/panel.h"
+
+namespace sim {
+
+// The list, the daily log and the named log file: status lines, traffic records and their upkeep.
+// Calls no handler of the other subsystems.
+class LogBook {
+public:
+    LogBook(Panel& panel, Clock& clock, Folders& folders, Dialogs& dialogs)
+        : panel_(panel), clock_(clock), folders_(folders), dialogs_(dialogs) {}
+
+    Stamp stamp() const { return readStamp(clock_); }
+
+    // Adds a status line to List1; with `files` and "List + File" on, also to the named log file and
+    // the daily log. The caller trims and selects as its site requires.
+    void addStatus(const Stamp& stamp, const char* tail, bool files);
+
+    void ListTrim();
+    void ListBottom();
+    void cmd_Log_Click();
+
+    // Appends a line to the daily log under the working folder; a failing step is skipped silently.
+    void WriteLog(const QString& line);
+    // Appends a line to the file named in txt_Logfile. A failure loses the line in that file only: the
+    // daily log and the list still get it.
+    void appendNamed(const QString& line);
+    // Validates the named log file and prepares it: folders of any depth are made and a missing file is
+    // created empty. "Invalid Pass" and false for a path that cannot be used.
+    bool Logfile_chk();
+
+    // The record of a payload sent (direction 0) or received (1), by the log level and data format.
+    void TrafficLog(const Bytes& data, int len, int direction);
+
+    // A path of the operator's, resolved against the working folder.
+    QString resolve(const QString& path) const;
+
+private:
+    void addRows(const QStringList& rows);
+    Panel& panel_;
+    Clock& clock_;
+    Folders& folders_;
+    Dialogs& dialogs_;
+};
+
+// Appends text and CR LF in the code page; false when the file cannot be opened or written.
+bool appendLine(const QString& path, const QString& line);
+
+} // namespace sim

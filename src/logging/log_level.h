@@ -1,0 +1,24 @@
+#pragma once
+
+#include "panel/panel.h"
+
+namespace sim {
+
+// The log level options and the choice of the named log file.
+class LogLevel {
+public:
+    LogLevel(Panel& panel, const QString& workingFolder) : panel_(panel), workingFolder_(workingFolder) {}
+
+    void LogfileOn() { setRow(true); }
+    void LogfileOff() { setRow(false); }
+    // Lets the operator pick the file in the Save dialog; the chosen file is created empty at once.
+    // Cancel, or any failure, leaves silently.
+    void cmd_browser_Click();
+
+private:
+    void setRow(bool on);
+    Panel& panel_;
+    QString workingFolder_;
+};
+
+} // namespace sim

@@ -1,0 +1,80 @@
+#include "traffic/codec.h"
+
+#include "platform/code_page.h"
+#include "platform/int16.h"
+#include "platform/runtime_failure.h"
+
+namespace sim {
+namespace {
+
+constexpr int kSubscriptOutOfRange = 9;
+constexpr int kTypeMismatch = 13;
+
+// Counts and positions of the conversion are 16-bit.
+int checkedLength(const QString& text) {
+    if (!Int16::fits(text.size())) {
+        throw RuntimeFailure(failure::kOverflow, QStringLiteral("Overflow"));
+    }
+    return static_cast<int>(text.size());
+}
+
+void sizeTo(Bytes& payload, int count) {
+    if (count <= 0) {
+        throw RuntimeFailure(kSubscriptOutOfRange, QStringLiteral("Subscript out of range"));
+    }
+    payload.assign(static_cast<std::size_t>(count), 0);
+}
+
+int hexDigit(QChar c) {
+    const char16_t u = c.unicode();
+    if (u >= u'0' && u <= u'9') {
+        return u - u'0';
+    }
+    if (u >= u'A' && u <= u'F') {
+        return u - u'A' + 10;
+    }
+    if (u >= u'a' && u <= u'f') {
+        return u - u'a' + 10;
+    }
+    throw RuntimeFailure(kTypeMismatch, QStringLiteral("Type mismatch"));
+}
+
+} // namespace
+
+void Str2Ary(Bytes& payload, const QString& text) {
+    const int n = checkedLength(text);
+    sizeTo(payload, n);
+    for (int i = 0; i < n; ++i) {
+        const int code = code_page::ansiCode(text.at(i));
+        if (code < 0 || code > 255) {
+            throw RuntimeFailure(failure::kInvalidProcedureCall, QStringLiteral("Invalid procedure call or argument"));
+        }
+        payload[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(code);
+    }
+}
+
+void Hex2Ary(Bytes& payload, const QString& text) {
+    const int pairs = checkedLength(text) / 2;
+    sizeTo(payload, pairs);
+    for (int i = 0; i < pairs; ++i) {
+        const int high = hexDigit(text.at(2 * i));
+        const int low = hexDigit(text.at(2 * i + 1));
+        payload[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(high * 16 + low);
+    }
+}
+
+} // namespace sim
+
+namespace sim {
+
+void convertByFormat(bool ascii, bool hex, Bytes& payload, const QString& text) {
+    if (ascii) {
+        Str2Ary(payload, text);
+    } else if (hex) {
+        Hex2Ary(payload, text);
+    } else {
+        throw RuntimeFailure(failure::kInvalidProcedureCall, QStringLiteral("Invalid procedure call or argument"));
+    }
+}
+
+} // namespace sim
