@@ -14,8 +14,8 @@ TEST(DialOut, ConnectReportsSuccessWithTheStampOfTheClickAndLocksThePanel) {
     EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:00.250] : Connection Success")});
     EXPECT_EQ(f.sim.scheduler.now(), 1150);
     EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kConnected);
-    for (const Control* off : std::initializer_list<const Control*>{&f.p.Frame1, &f.p.Frame2, &f.p.txt_Logfile, &f.p.Frame10,
-                                                                     &f.p.chkMode, &f.p.Cmd_Start}) {
+    for (const Control* off : std::initializer_list<const Control*>{
+             &f.p.Frame1, &f.p.Frame2, &f.p.txt_Logfile, &f.p.Frame10, &f.p.chkMode, &f.p.Cmd_Start}) {
         EXPECT_FALSE(off->enabled()) << off->name().toStdString();
     }
     EXPECT_TRUE(f.p.Cmd_Send.enabled());
@@ -34,7 +34,8 @@ TEST(DialOut, ADeviceThatNeverAnswersFailsAfterOneTickThenTheWatcherReportsOnce)
     EXPECT_TRUE(f.p.Cmd_Start.enabled()) << "the panel is unlocked";
     EXPECT_TRUE(f.p.Frame1.enabled());
     f.sim.scheduler.runUntil(5000);
-    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Fail"), QStringLiteral("[10:00:02.000] : Connection Fail")}));
+    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Fail"),
+                                     QStringLiteral("[10:00:02.000] : Connection Fail")}));
     EXPECT_EQ(f.p.bFailShown, 1);
 }
 
@@ -46,12 +47,18 @@ TEST(DialOut, ARefusedConnectGetsAnErrorReportAndTheWaitRunsOut) {
     EXPECT_EQ(f.sim.dialogs.shown[0].title, QStringLiteral("Error"));
     EXPECT_EQ(f.sim.dialogs.shown[0].style, 16);
     // The report row follows the operator's answer; the wait still runs to its tick.
-    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("10:00:00Client Socket Error : Referance Err_Log File ....... "),
-                                     QStringLiteral("[10:00:00.000] : Connection Fail")}));
-    const QByteArray report = fileBytes(f.sim.folders.programFolder() + QStringLiteral("/Err_Log/20261122.txt"));
-    EXPECT_EQ(report, QByteArray("Err Title : Client Socket Error\r\nErr Time : 2026/11/22 10:00:00\r\nErr Number : 10061\r\n"
-                                 "Err Desc : Connection is forcefully rejected\r\nErr Source : Client_Socket\r\n\r\n"));
-    EXPECT_EQ(fileBytes(f.dailyLogPath()), report) << "the report is copied to the daily log, at level List too";
+    EXPECT_EQ(f.rows(),
+              (QStringList{QStringLiteral("10:00:00Client Socket Error : Referance Err_Log File ....... "),
+                           QStringLiteral("[10:00:00.000] : Connection Fail")}));
+    const QByteArray report =
+        fileBytes(f.sim.folders.programFolder() + QStringLiteral("/Err_Log/20261122.txt"));
+    EXPECT_EQ(
+        report,
+        QByteArray(
+            "Err Title : Client Socket Error\r\nErr Time : 2026/11/22 10:00:00\r\nErr Number : 10061\r\n"
+            "Err Desc : Connection is forcefully rejected\r\nErr Source : Client_Socket\r\n\r\n"));
+    EXPECT_EQ(fileBytes(f.dailyLogPath()), report)
+        << "the report is copied to the daily log, at level List too";
 }
 
 TEST(DialOut, ARefusedCheckShowsItsMessageAndTheWatcherStillReportsASecondLater) {
@@ -109,7 +116,8 @@ TEST(DialOut, ATimeGapThatIsNoUsableNumberArmsNothingAndSaysSo) {
         f.op.click(f.p.Cmd_Start);
         EXPECT_FALSE(f.p.Timer1.running()) << gap;
         EXPECT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("Input Timegap")}) << gap;
-        EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:00.000] : Connection Success")}) << "the link is up all the same";
+        EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:00.000] : Connection Success")})
+            << "the link is up all the same";
     }
 }
 
@@ -159,9 +167,10 @@ TEST(DeviceSends, EachActionAnswersAsItSays) {
 TEST(DeviceSends, TheEchoIsRecordedWithTheSameCountAfterTheReceivedRecord) {
     Exchange f;
     f.deviceSends("ABC");
-    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
-                                     QStringLiteral("[10:00:00.002] : Recv [3 byte] :  ABC"), QStringLiteral(" "),
-                                     QStringLiteral("[10:00:00.002] : Send [3 byte] :  ABC"), QStringLiteral(" ")}));
+    EXPECT_EQ(f.rows(),
+              (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
+                           QStringLiteral("[10:00:00.002] : Recv [3 byte] :  ABC"), QStringLiteral(" "),
+                           QStringLiteral("[10:00:00.002] : Send [3 byte] :  ABC"), QStringLiteral(" ")}));
     EXPECT_EQ(f.p.List1.listIndex(), 4);
 }
 
@@ -257,9 +266,11 @@ TEST(ManualSend, ConnectSendReceiveCloseIsOneExchange) {
     f.op.type(f.p.txt_Data_Input, QStringLiteral("req"));
     f.op.click(f.p.cmd_CSend);
     f.sim.scheduler.runFor(50);
-    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"), QStringLiteral("[10:00:00.001] : Send [3 byte] :  req"),
-                                     QStringLiteral(" "), QStringLiteral("[10:00:00.003] : Recv [3 byte] :  ack"), QStringLiteral(" "),
-                                     QStringLiteral("[10:00:00.003] : Client Disconnected")}));
+    EXPECT_EQ(f.rows(),
+              (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
+                           QStringLiteral("[10:00:00.001] : Send [3 byte] :  req"), QStringLiteral(" "),
+                           QStringLiteral("[10:00:00.003] : Recv [3 byte] :  ack"), QStringLiteral(" "),
+                           QStringLiteral("[10:00:00.003] : Client Disconnected")}));
     EXPECT_FALSE(f.p.Cmd_Send.enabled());
     EXPECT_TRUE(f.p.cmd_End.enabled());
     EXPECT_FALSE(f.p.client_status.running()) << "only Connect arms the watcher";
@@ -270,7 +281,8 @@ TEST(ManualSend, ConnectSendWithAnEmptyTextAndSendOnlyRefusesTwice) {
     f.op.click(f.p.Opt_Cnn2);
     f.op.click(f.p.opt_Send_Only);
     f.op.click(f.p.cmd_CSend);
-    EXPECT_EQ(f.shownTexts(), (std::vector<QString>{QStringLiteral("input Send Data"), QStringLiteral("Please Input Data")}));
+    EXPECT_EQ(f.shownTexts(),
+              (std::vector<QString>{QStringLiteral("input Send Data"), QStringLiteral("Please Input Data")}));
     EXPECT_TRUE(f.sim.network.dialled().empty());
 }
 
@@ -295,7 +307,8 @@ TEST(Close, ALinkLostAfterSuccessIsReportedOnceByTheWatcher) {
     f.sim.scheduler.runUntil(1500);
     f.device()->close();
     f.sim.scheduler.runUntil(4000);
-    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"), QStringLiteral("[10:00:02.001] : Connection Fail")}));
+    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
+                                     QStringLiteral("[10:00:02.001] : Connection Fail")}));
     EXPECT_FALSE(f.p.Frame1.enabled()) << "still locked until Close";
 }
 

@@ -19,8 +19,10 @@ TEST(Record, AsciiHeadAndRowsOfTheWorkedExample) {
 TEST(Record, HexHeadRowsAndTheSpacedFileForm) {
     const Bytes data{0x41, 0x0A, 0x00, 0xFF};
     const QString payload = hexPayload(data, 4);
-    EXPECT_EQ(head(kAt, 4, 1, false) + payload, QStringLiteral("[09:15:02.007] : Recv [4 byte] :  41 A 00 FF"));
-    EXPECT_EQ(head(kAt, 4, 1, true) + payload, QStringLiteral("[ 09:15:02.007 ] : Recv [ 4 byte ] :  41 A 00 FF"));
+    EXPECT_EQ(head(kAt, 4, 1, false) + payload,
+              QStringLiteral("[09:15:02.007] : Recv [4 byte] :  41 A 00 FF"));
+    EXPECT_EQ(head(kAt, 4, 1, true) + payload,
+              QStringLiteral("[ 09:15:02.007 ] : Recv [ 4 byte ] :  41 A 00 FF"));
     EXPECT_EQ(listRows(head(kAt, 4, 1, false), payload, false),
               (QStringList{QStringLiteral("[09:15:02.007] : Recv [4 byte] :  41 A 00 FF"), QString()}));
 }
@@ -57,7 +59,8 @@ TEST(Record, RowsAreCutEverySixtyCharacters) {
     EXPECT_EQ(rows[2], QLatin1Char(' ') + text.mid(120));
     EXPECT_EQ(rows[3], QStringLiteral(" "));
     // Exactly sixty: an empty last piece, then the closing row.
-    EXPECT_EQ(listRows(h, text.left(60), true), (QStringList{h + QLatin1Char(' ') + text.left(60), QStringLiteral(" "), QStringLiteral(" ")}));
+    EXPECT_EQ(listRows(h, text.left(60), true),
+              (QStringList{h + QLatin1Char(' ') + text.left(60), QStringLiteral(" "), QStringLiteral(" ")}));
     EXPECT_EQ(listRows(h, QString(60, QLatin1Char('x')), false).mid(1), (QStringList{QString(), QString()}));
     // Twenty-five two-digit bytes: 75 characters in two rows, then the empty closing row.
     const QStringList hex = listRows(h, QString(75, QLatin1Char('1')), false);

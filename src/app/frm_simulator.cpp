@@ -10,7 +10,8 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       log_(panel_, platform.clock, platform.folders, platform.dialogs),
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs),
       level_(panel_, platform.folders.workingFolder()), options_(panel_),
-      link_(panel_, log_, platform.pump, platform.dialogs), manualSend_(panel_, log_, link_, platform.dialogs) {
+      link_(panel_, log_, platform.pump, platform.dialogs),
+      manualSend_(panel_, log_, link_, platform.dialogs) {
     wire();
     wireSockets();
 }

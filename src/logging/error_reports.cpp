@@ -13,7 +13,8 @@ void ErrorReports::FolderMake(const QString& path) {
 }
 
 void ErrorReports::Client_Socket_Error(int number, const QString& description, const QString& source) {
-    dialogs_.messageBox(QLatin1String(texts::kSocketErrorBox), msg_style::kCritical, QLatin1String(texts::kErrorTitle));
+    dialogs_.messageBox(QLatin1String(texts::kSocketErrorBox), msg_style::kCritical,
+                        QLatin1String(texts::kErrorTitle));
     report(texts::kClientSocketErrorTitle, texts::kClientSocketErrorRow, number, description, source);
     panel_.Client_Socket.close();
 }
@@ -29,11 +30,14 @@ void ErrorReports::report(const char* title, const char* row, int number, const 
     const QString when = clock_.localDate().toString(QStringLiteral("yyyy/MM/dd")) + QLatin1Char(' ') +
                          clock_.localTime().toString(QStringLiteral("HH:mm:ss"));
     const QString text = QLatin1String(title) + crlf + QStringLiteral("Err Time : ") + when + crlf +
-                         QStringLiteral("Err Number : ") + QString::number(number) + crlf + QStringLiteral("Err Desc : ") +
-                         description + crlf + QStringLiteral("Err Source : ") + source + crlf;
+                         QStringLiteral("Err Number : ") + QString::number(number) + crlf +
+                         QStringLiteral("Err Desc : ") + description + crlf +
+                         QStringLiteral("Err Source : ") + source + crlf;
     const QString folder = folders_.programFolder() + QStringLiteral("/Err_Log");
     FolderMake(folder);
-    appendLine(folder + QLatin1Char('/') + clock_.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".txt"), text);
+    appendLine(folder + QLatin1Char('/') + clock_.localDate().toString(QStringLiteral("yyyyMMdd")) +
+                   QStringLiteral(".txt"),
+               text);
     log_.WriteLog(text);
     panel_.List1.addItem(clock_.localTime().toString(QStringLiteral("HH:mm:ss")) + QLatin1String(row));
     log_.ListTrim();

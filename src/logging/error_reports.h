@@ -17,7 +17,8 @@ public:
     static void FolderMake(const QString& path);
 
 private:
-    void report(const char* title, const char* row, int number, const QString& description, const QString& source);
+    void report(const char* title, const char* row, int number, const QString& description,
+                const QString& source);
     Panel& panel_;
     LogBook& log_;
     Clock& clock_;

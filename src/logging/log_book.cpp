@@ -35,15 +35,19 @@ void LogBook::ListTrim() {
     }
 }
 
-void LogBook::ListBottom() { panel_.List1.setListIndex(panel_.List1.listCount() - 1); }
+void LogBook::ListBottom() {
+    panel_.List1.setListIndex(panel_.List1.listCount() - 1);
+}
 
-void LogBook::cmd_Log_Click() { panel_.List1.clear(); }
+void LogBook::cmd_Log_Click() {
+    panel_.List1.clear();
+}
 
 void LogBook::WriteLog(const QString& line) {
     const QString folder = folders_.workingFolder() + QStringLiteral("/log");
     QDir().mkdir(folder);
-    const QString path = folder + QStringLiteral("/STAT_") + clock_.localDate().toString(QStringLiteral("yyyyMMdd")) +
-                         QStringLiteral(".log");
+    const QString path = folder + QStringLiteral("/STAT_") +
+                         clock_.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");
     appendLine(path, line); // the daily log never reports
 }
 
@@ -52,7 +56,9 @@ QString LogBook::resolve(const QString& path) const {
     return QDir::isAbsolutePath(own) ? own : QDir(folders_.workingFolder()).filePath(own);
 }
 
-void LogBook::appendNamed(const QString& line) { appendLine(resolve(panel_.txt_Logfile.text()), line); }
+void LogBook::appendNamed(const QString& line) {
+    appendLine(resolve(panel_.txt_Logfile.text()), line);
+}
 
 bool LogBook::Logfile_chk() {
     if (!panel_.opt_File.value() && !panel_.Opt_List_File.value()) {
@@ -70,7 +76,8 @@ bool LogBook::Logfile_chk() {
         usable = info.isFile() && info.isWritable();
     }
     if (!usable) {
-        dialogs_.messageBox(QLatin1String(texts::kInvalidPass), msg_style::kCritical, QLatin1String(texts::kLogFileTitle));
+        dialogs_.messageBox(QLatin1String(texts::kInvalidPass), msg_style::kCritical,
+                            QLatin1String(texts::kLogFileTitle));
     }
     return usable;
 }

@@ -56,11 +56,13 @@ QString head(const Stamp& stamp, int len, int direction, bool spaced) {
 
 QString failureLine(const Stamp& stamp, int direction, bool spaced) {
     if (spaced) {
-        return QStringLiteral("[ %1.%2 ] : %3").arg(stamp.time, stamp.ms,
-                                                      direction == 0 ? QStringLiteral("Send Fail") : QStringLiteral("Received Fail"));
+        return QStringLiteral("[ %1.%2 ] : %3")
+            .arg(stamp.time, stamp.ms,
+                 direction == 0 ? QStringLiteral("Send Fail") : QStringLiteral("Received Fail"));
     }
-    return QStringLiteral("[%1.%2] : %3").arg(stamp.time, stamp.ms,
-                                                direction == 0 ? QStringLiteral("Send Fail") : QStringLiteral("Receive Fail"));
+    return QStringLiteral("[%1.%2] : %3")
+        .arg(stamp.time, stamp.ms,
+             direction == 0 ? QStringLiteral("Send Fail") : QStringLiteral("Receive Fail"));
 }
 
 QStringList listRows(const QString& head, const QString& payload, bool ascii) {

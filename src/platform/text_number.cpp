@@ -23,7 +23,8 @@ std::optional<long> toLong(const QString& text) {
         return std::nullopt;
     }
     const double rounded = std::nearbyint(*value); // the default rounding mode: half to even
-    if (rounded < std::numeric_limits<std::int32_t>::min() || rounded > std::numeric_limits<std::int32_t>::max()) {
+    if (rounded < std::numeric_limits<std::int32_t>::min() ||
+        rounded > std::numeric_limits<std::int32_t>::max()) {
         return std::nullopt;
     }
     return static_cast<long>(rounded);

@@ -47,7 +47,8 @@ void Str2Ary(Bytes& payload, const QString& text) {
     for (int i = 0; i < n; ++i) {
         const int code = code_page::ansiCode(text.at(i));
         if (code < 0 || code > 255) {
-            throw RuntimeFailure(failure::kInvalidProcedureCall, QStringLiteral("Invalid procedure call or argument"));
+            throw RuntimeFailure(failure::kInvalidProcedureCall,
+                                 QStringLiteral("Invalid procedure call or argument"));
         }
         payload[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(code);
     }
@@ -73,7 +74,8 @@ void convertByFormat(bool ascii, bool hex, Bytes& payload, const QString& text) 
     } else if (hex) {
         Hex2Ary(payload, text);
     } else {
-        throw RuntimeFailure(failure::kInvalidProcedureCall, QStringLiteral("Invalid procedure call or argument"));
+        throw RuntimeFailure(failure::kInvalidProcedureCall,
+                             QStringLiteral("Invalid procedure call or argument"));
     }
 }
 

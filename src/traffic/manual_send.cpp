@@ -15,7 +15,8 @@ void ManualSend::Cmd_Send_Click() {
     }
     const bool oddHex = p.opt_HexA.value() && text.size() % 2 != 0;
     const auto invalidData = [this] {
-        dialogs_.messageBox(QLatin1String(texts::kInvalidData), msg_style::kCritical, QLatin1String(texts::kErrorTitle));
+        dialogs_.messageBox(QLatin1String(texts::kInvalidData), msg_style::kCritical,
+                            QLatin1String(texts::kErrorTitle));
     };
     if (oddHex) {
         invalidData();

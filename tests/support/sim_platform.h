@@ -37,6 +37,8 @@ public:
     explicit Scheduler(QDateTime start = QDateTime(QDate(2026, 11, 22), QTime(10, 0, 0)));
 
     Ms now() const { return now_; }
+    // Where virtual time 0 lies on the local clock.
+    void setStart(const QDateTime& start) { start_ = start; }
     // Runs fn at the virtual time `at` (an operator's or the device's action, or a socket event).
     void at(Ms at, std::function<void()> fn);
     void after(Ms delay, std::function<void()> fn) { at(now_ + delay, std::move(fn)); }

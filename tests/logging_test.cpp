@@ -1,0 +1,226 @@
+#include "support/scenario.h"
+
+#include <gtest/gtest.h>
+
+namespace sim::test {
+namespace {
+
+const Bytes kHello = bytesOf("HELLO");
+const Bytes kHex{0x41, 0x0A, 0x00, 0xFF};
+
+struct Logged : DeviceAsServer {
+    Logged() { sim.scheduler.setStart(QDateTime(QDate(2026, 11, 22), QTime(9, 15, 2, 7))); }
+    void level(OptionButton& option) { op.click(option); }
+    QByteArray named() const { return fileBytes(namedLogPath()); }
+    QByteArray daily() const { return fileBytes(dailyLogPath()); }
+};
+
+struct LevelCase {
+    const char* level;
+    bool ascii;
+    int direction;
+    QStringList rows;
+    const char* fileLine; // nullptr: no file is written
+};
+
+class RecordAtLevel : public ::testing::TestWithParam<LevelCase> {};
+
+TEST_P(RecordAtLevel, GoesWhereTheLevelSaysInTheFormOfTheFormat) {
+    const LevelCase& c = GetParam();
+    Logged f;
+    f.level(*static_cast<OptionButton*>(f.p.find(c.level)));
+    if (!c.ascii) {
+        f.op.click(f.p.opt_HexA);
+    }
+    ASSERT_TRUE(f.form.log().Logfile_chk());
+    f.form.log().TrafficLog(c.ascii ? kHello : kHex, c.ascii ? 5 : 4, c.direction);
+    EXPECT_EQ(f.rows(), c.rows);
+    const QByteArray expected = c.fileLine ? QByteArray(c.fileLine) + "\r\n" : QByteArray();
+    EXPECT_EQ(f.named(), expected);
+    EXPECT_EQ(f.daily(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Levels, RecordAtLevel,
+    ::testing::Values(
+        LevelCase{"opt_None", true, 0, {}, nullptr},
+        LevelCase{"opt_List", true, 0, {"[09:15:02.007] : Send [5 byte] :  HELLO", " "}, nullptr},
+        LevelCase{"opt_File", true, 0, {}, "[09:15:02.007] : Send [5 byte] : HELLO"},
+        LevelCase{"Opt_List_File",
+                  true,
+                  0,
+                  {"[09:15:02.007] : Send [5 byte] :  HELLO", " "},
+                  "[09:15:02.007] : Send [5 byte] : HELLO"},
+        LevelCase{"opt_List", false, 1, {"[09:15:02.007] : Recv [4 byte] :  41 A 00 FF", ""}, nullptr},
+        LevelCase{"opt_File", false, 1, {}, "[ 09:15:02.007 ] : Recv [ 4 byte ] :  41 A 00 FF"},
+        LevelCase{"Opt_List_File",
+                  false,
+                  1,
+                  {"[09:15:02.007] : Recv [4 byte] :  41 A 00 FF", ""},
+                  "[09:15:02.007] : Recv [4 byte] :  41 A 00 FF"}),
+    [](const auto& info) { return std::string(info.param.level) + (info.param.ascii ? "Ascii" : "Hex"); });
+
+TEST(StatusLines, ReachTheFilesOnlyAtListPlusFile) {
+    Logged f;
+    f.level(f.p.opt_File);
+    f.op.click(f.p.Cmd_Start);
+    EXPECT_EQ(f.named(), QByteArray()) << "checked and created, but no status line at File";
+    f.op.click(f.p.cmd_End);
+    f.level(f.p.Opt_List_File);
+    f.op.click(f.p.Cmd_Start);
+    f.op.click(f.p.cmd_End);
+    const QByteArray line = "[09:15:02.008] : Connection Success\r\n";
+    EXPECT_EQ(f.named(), line);
+    EXPECT_EQ(f.daily(), line) << "Close's line stays in the list";
+    EXPECT_EQ(f.rows().size(), 4);
+}
+
+TEST(ListUpkeep, TheListKeeps2001RowsAndTrimsOneAtATime) {
+    Logged f;
+    for (int i = 0; i < 2001; ++i) {
+        f.p.List1.addItem(QString::number(i));
+    }
+    f.form.log().ListTrim();
+    EXPECT_EQ(f.p.List1.listCount(), 2001);
+    f.p.List1.addItem(QStringLiteral("new"));
+    f.p.List1.addItem(QStringLiteral("newer"));
+    f.form.log().ListTrim();
+    EXPECT_EQ(f.p.List1.listCount(), 2002) << "one row per call";
+    f.form.log().ListTrim();
+    f.form.log().ListBottom();
+    EXPECT_EQ(f.p.List1.listCount(), 2001);
+    EXPECT_EQ(f.p.List1.rows().front(), QStringLiteral("2"));
+    EXPECT_EQ(f.p.List1.listIndex(), 2000);
+}
+
+TEST(ListUpkeep, LogClearEmptiesTheListButNoFile) {
+    Logged f;
+    f.level(f.p.Opt_List_File);
+    f.op.click(f.p.Cmd_Start);
+    f.op.click(f.p.cmd_Log);
+    EXPECT_EQ(f.p.List1.listCount(), 0);
+    EXPECT_FALSE(f.named().isEmpty());
+    f.device()->send("x");
+    f.sim.scheduler.runFor(10);
+    EXPECT_TRUE(f.rows().first().startsWith(QStringLiteral("[09:15:02.009] : Recv")));
+}
+
+TEST(DailyLog, StartsANewFileAtLocalMidnight) {
+    Logged f;
+    f.sim.scheduler.setStart(QDateTime(QDate(2026, 11, 22), QTime(23, 59, 59, 900)));
+    f.level(f.p.opt_File);
+    f.form.log().TrafficLog(kHello, 5, 0);
+    const QString before = f.dailyLogPath();
+    f.sim.scheduler.advance(200);
+    f.form.log().TrafficLog(kHello, 5, 1);
+    EXPECT_NE(f.dailyLogPath(), before);
+    EXPECT_EQ(fileBytes(before), QByteArray("[23:59:59.900] : Send [5 byte] : HELLO\r\n"));
+    EXPECT_EQ(f.daily(), QByteArray("[00:00:00.100] : Recv [5 byte] : HELLO\r\n"));
+    EXPECT_TRUE(f.dailyLogPath().endsWith(QStringLiteral("/log/STAT_20261123.log")));
+}
+
+TEST(LogfileCheck, MakesTheFoldersAndAnEmptyFileAndKeepsAnExistingOne) {
+    Logged f;
+    f.level(f.p.opt_File);
+    const QString deep = f.sim.folders.programFolder() + QStringLiteral("/a/b/c/run.log");
+    f.p.txt_Logfile.setText(deep);
+    EXPECT_TRUE(f.form.log().Logfile_chk());
+    EXPECT_TRUE(QFile::exists(deep));
+    {
+        QFile file(deep);
+        ASSERT_TRUE(file.open(QIODevice::Append));
+        file.write("kept\r\n");
+    }
+    EXPECT_TRUE(f.form.log().Logfile_chk());
+    f.form.log().TrafficLog(kHello, 5, 0);
+    EXPECT_EQ(fileBytes(deep), QByteArray("kept\r\n[09:15:02.007] : Send [5 byte] : HELLO\r\n"));
+}
+
+TEST(LogfileCheck, APathThatCannotBeUsedIsRefusedBeforeALinkStarts) {
+    for (const char* bad : {"", "/", "folder-not-file"}) {
+        Logged f;
+        f.level(f.p.Opt_List_File);
+        QDir(f.sim.folders.workingFolder()).mkdir(QStringLiteral("folder-not-file"));
+        f.p.txt_Logfile.setText(QString::fromLatin1(bad));
+        f.op.click(f.p.Cmd_Start);
+        ASSERT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("Invalid Pass")}) << bad;
+        EXPECT_EQ(f.sim.dialogs.shown[0].title, QStringLiteral("LogFile"));
+        EXPECT_EQ(f.sim.dialogs.shown[0].style, 16);
+        EXPECT_TRUE(f.sim.network.dialled().empty());
+    }
+    // At List the path is not looked at.
+    Logged f;
+    f.p.txt_Logfile.setText(QStringLiteral("/"));
+    f.op.click(f.p.Cmd_Start);
+    EXPECT_TRUE(f.sim.dialogs.shown.empty());
+    EXPECT_EQ(f.sim.network.dialled().size(), 1U);
+}
+
+TEST(LogFiles, AFailedWriteLosesTheLineThereOnlyAndNeverStopsTheProgram) {
+    Logged f;
+    f.level(f.p.Opt_List_File);
+    f.op.click(f.p.Cmd_Start);
+    // The named file turns into a folder and the daily log's folder into a file.
+    QFile::remove(f.namedLogPath());
+    QDir().mkpath(f.namedLogPath());
+    f.device()->send("a");
+    f.sim.scheduler.runFor(10);
+    EXPECT_EQ(f.rows().size(), 5) << "success, the received record and its echo";
+    EXPECT_TRUE(
+        f.daily().endsWith("[09:15:02.009] : Recv [1 byte] : a\r\n[09:15:02.009] : Send [1 byte] : a\r\n"));
+    QDir(f.sim.folders.workingFolder() + QStringLiteral("/log")).removeRecursively();
+    QFile(f.sim.folders.workingFolder() + QStringLiteral("/log")).open(QIODevice::WriteOnly);
+    QFile(f.sim.folders.programFolder() + QStringLiteral("/Err_Log")).open(QIODevice::WriteOnly);
+    f.device()->reset();
+    f.sim.scheduler.runFor(10);
+    EXPECT_TRUE(
+        f.rows().last().endsWith(QStringLiteral("Client Socket Error : Referance Err_Log File ....... ")));
+    EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kClosed);
+    EXPECT_TRUE(f.shownTexts() == std::vector<QString>{QStringLiteral("E........")});
+}
+
+TEST(ErrorReports, BothSocketsShareTheDaysFileAndTheServerShowsNoBox) {
+    Logged f;
+    f.level(f.p.opt_None);
+    auto* server = f.sim.network.socketNamed(QStringLiteral("Server_Socket"));
+    auto* client = f.sim.network.socketNamed(QStringLiteral("Client_Socket"));
+    server->injectError(10048);
+    f.sim.scheduler.runFor(1);
+    EXPECT_TRUE(f.sim.dialogs.shown.empty());
+    client->injectError(10053);
+    f.sim.scheduler.runFor(1);
+    const QByteArray file =
+        fileBytes(f.sim.folders.programFolder() + QStringLiteral("/Err_Log/20261122.txt"));
+    EXPECT_TRUE(file.startsWith(
+        "Err Title : Server Socket Error\r\nErr Time : 2026/11/22 09:15:02\r\nErr Number : 10048\r\n"
+        "Err Desc : Address in use\r\nErr Source : Server_Socket\r\n\r\nErr Title : Client Socket "
+        "Error\r\n"));
+    EXPECT_EQ(f.daily(), file);
+    EXPECT_EQ(f.rows(),
+              (QStringList{QStringLiteral("09:15:02Server Socket Error : Referance Err_Log File ....... "),
+                           QStringLiteral("09:15:02Client Socket Error : Referance Err_Log File ....... ")}));
+}
+
+TEST(LogFileChoice, TheDialogPicksAndEmptiesAFileAndCancelLeavesAll) {
+    Logged f;
+    f.level(f.p.opt_File);
+    const QString chosen = f.sim.folders.workingFolder() + QStringLiteral("/picked.log");
+    {
+        QFile file(chosen);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("old");
+    }
+    const QString before = f.p.txt_Logfile.text();
+    f.op.click(f.p.cmd_browser);
+    EXPECT_EQ(f.p.txt_Logfile.text(), before) << "Cancel";
+    ASSERT_EQ(f.sim.dialogs.saveRequests.size(), 1U);
+    EXPECT_EQ(f.sim.dialogs.saveRequests[0].filter, QStringLiteral("Text Files (*.log)|*.log"));
+    EXPECT_TRUE(f.sim.dialogs.saveRequests[0].promptOverwrite);
+    f.sim.dialogs.saveAnswers.push_back(chosen);
+    f.op.click(f.p.cmd_browser);
+    EXPECT_EQ(f.p.txt_Logfile.text(), chosen);
+    EXPECT_EQ(fileBytes(chosen), QByteArray());
+}
+
+} // namespace
+} // namespace sim::test
