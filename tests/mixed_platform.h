@@ -4,6 +4,9 @@
 #include "platform/qt/qt_platform.h"
 #include "support/sim_platform.h"
 
+#include <QElapsedTimer>
+#include <QTimer>
+
 namespace sim::test {
 
 // The Qt event loop, timers and sockets, with the simulated dialogs, settings, folders and browser:
@@ -21,6 +24,18 @@ struct MixedPlatform {
     SimBrowser browser;
     Platform platform() { return {pump, timers, network, dialogs, settings, clock, folders, browser}; }
 };
+
+// Pumps the Qt loop until the condition holds or `limitMs` have passed.
+template <class Cond> bool pumpUntil(EventPump& pump, Cond cond, int limitMs = 5000) {
+    QTimer wake;
+    wake.start(20);
+    QElapsedTimer clock;
+    clock.start();
+    while (!cond() && clock.elapsed() < limitMs) {
+        pump.pump();
+    }
+    return cond();
+}
 
 struct MixedForm {
     MixedPlatform mixed;

@@ -14,18 +14,6 @@
 namespace sim::test {
 namespace {
 
-// Pumps until the condition holds or five seconds have passed.
-template <class Cond> bool pumpUntil(qt::QtEventPump& pump, Cond cond) {
-    QTimer wake;
-    wake.start(20);
-    QElapsedTimer clock;
-    clock.start();
-    while (!cond() && clock.elapsed() < 5000) {
-        pump.pump();
-    }
-    return cond();
-}
-
 // Closes the message box that is open once `afterMs` have passed.
 void answerMessageBoxAfter(int afterMs, QElapsedTimer& clock, qint64& closedAt) {
     QTimer::singleShot(afterMs, [&clock, &closedAt] {
