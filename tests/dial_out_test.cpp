@@ -259,7 +259,9 @@ TEST(ManualSend, WithNoLinkItDialsOnceAndSendsIfThatWorked) {
 TEST(ManualSend, ConnectSendReceiveCloseIsOneExchange) {
     DeviceAsServer f;
     f.sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
-        link->onReceive = [link](const Bytes&) { link->send("ack"); };
+        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes&) {
+            weak.lock()->send("ack");
+        };
     };
     f.op.click(f.p.Opt_Cnn2);
     f.op.click(f.p.opt_Receive_Only);
