@@ -11,6 +11,7 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs),
       level_(panel_, platform.folders.workingFolder()), options_(panel_),
       link_(panel_, log_, platform.pump, platform.dialogs),
+      server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),
       manualSend_(panel_, log_, link_, platform.dialogs) {
     wire();
     wireSockets();
@@ -55,13 +56,27 @@ void FrmSimulator::wire() {
         p.txtStep(i).KeyPress = [this, i](Int16& key) { options_.txtStep_KeyPress(i, key); };
     }
 
-    // Link and manual send
-    p.Cmd_Start.Click = [this] { link_.Cmd_Start_Click(); };
+    // Role
+    p.opt_Client.Click = [this] { role_.opt_Client_Click(); };
+    p.opt_Server.Click = [this] { role_.opt_Server_Click(); };
+
+    // Link and manual send. A start pressed while the simulator listens would only begin a second
+    // listening loop inside the first: it is ignored, and the running loop goes on.
+    link_.listeningBranch = [this](const Stamp&) { return server_.listen(); };
+    p.Cmd_Start.Click = [this] {
+        if (!server_.listening()) {
+            link_.Cmd_Start_Click();
+        }
+    };
     p.cmd_End.Click = [this] { link_.cmd_End_Click(); };
     p.TmrConnect.Tick = [this] { link_.TmrConnect_Timer(); };
     p.client_status.Tick = [this] { link_.client_status_Timer(); };
     p.Cmd_Send.Click = [this] { manualSend_.Cmd_Send_Click(); };
-    p.cmd_CSend.Click = [this] { manualSend_.cmd_CSend_Click(); };
+    p.cmd_CSend.Click = [this] {
+        if (!server_.listening()) {
+            manualSend_.cmd_CSend_Click();
+        }
+    };
 }
 
 void FrmSimulator::wireSockets() {
@@ -75,6 +90,13 @@ void FrmSimulator::wireSockets() {
     };
     p.Server_Socket.events.error = [this](int number, const QString& description, const QString& source) {
         panel_.dispatch([&] { errors_.Server_Socket_Error(number, description, source); });
+    };
+    p.Server_Socket.events.connectionRequest = [this](std::int32_t id) {
+        panel_.dispatch([this, id] { server_.Server_Socket_ConnectionRequest(id); });
+    };
+    p.Server_Socket.events.close = [this] { panel_.dispatch([this] { server_.Server_Socket_Close(); }); };
+    p.Server_Socket.events.dataArrival = [this](std::int32_t n) {
+        panel_.dispatch([this, n] { server_.Server_Socket_DataArrival(n); });
     };
 }
 

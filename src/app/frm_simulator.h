@@ -1,12 +1,14 @@
 #pragma once
 
 #include "link/client_link.h"
+#include "link/server_link.h"
 #include "logging/error_reports.h"
 #include "logging/log_book.h"
 #include "logging/log_level.h"
 #include "panel/form_lifecycle.h"
 #include "panel/operator.h"
 #include "panel/options.h"
+#include "panel/role.h"
 #include "panel/panel.h"
 #include "panel/saved_settings.h"
 #include "platform/seam.h"
@@ -41,6 +43,8 @@ private:
     LogLevel level_;
     Options options_;
     Link link_;
+    ServerLink server_;
+    Role role_;
     ManualSend manualSend_;
 };
 

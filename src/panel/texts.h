@@ -58,3 +58,10 @@ inline constexpr char kServerSocketErrorRow[] = "Server Socket Error : Referance
 inline constexpr char kLogFileFilter[] = "Text Files (*.log)|*.log";
 
 } // namespace sim::texts
+
+namespace sim::texts {
+
+inline constexpr char kInputPortNo[] = "Input Port No";
+inline constexpr char kListenCaption[] = "Listen";
+
+} // namespace sim::texts

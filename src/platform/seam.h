@@ -25,6 +25,8 @@ public:
     // Runs the events that are pending and returns; waits for the next one when none is. Throws
     // ApplicationQuit once the window has been closed.
     virtual void pump() = 0;
+    // The same, but waits no longer than maxWaitMs for an event to come.
+    virtual void pumpFor(int maxWaitMs) = 0;
     // Asks every loop that pumps to unwind and the event loop to end.
     virtual void requestQuit() = 0;
     virtual bool quitRequested() const = 0;

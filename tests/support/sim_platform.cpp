@@ -61,6 +61,18 @@ void Scheduler::pump() {
     }
 }
 
+void Scheduler::pumpFor(int maxWaitMs) {
+    const Ms limit = now_ + maxWaitMs;
+    if (queue_.empty() || queue_.begin()->first.at > limit) {
+        if (limit > horizon_) {
+            throw StuckPump("a loop pumped past the virtual time horizon");
+        }
+        now_ = limit;
+        return;
+    }
+    pump();
+}
+
 void Scheduler::runUntil(Ms until) {
     while (!quit_ && !queue_.empty() && queue_.begin()->first.at <= until) {
         now_ = std::max(now_, queue_.begin()->first.at);
@@ -271,6 +283,7 @@ void SimSocket::listen() {
         localPort_ = 49152;
     }
     setState(socket_state::kListening);
+    postEvent([] {}); // the next pump returns at once and its loop reads the new state
 }
 
 void SimSocket::requestFrom(std::shared_ptr<DeviceLink> link) {
@@ -296,6 +309,7 @@ void SimSocket::accept(std::int32_t requestId) {
     auto device = request->second;
     requests_.erase(request);
     link(device);
+    postEvent([] {});
 }
 
 void SimSocket::sendData(const Bytes& data) {
@@ -323,8 +337,12 @@ void SimSocket::close() {
             }
         });
     }
+    const bool changed = state() != socket_state::kClosed;
     setState(socket_state::kClosed);
     reset();
+    if (changed) {
+        postEvent([] {});
+    }
 }
 
 // ---- dialogs, settings, folders, browser ----

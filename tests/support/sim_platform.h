@@ -54,6 +54,7 @@ public:
 
     // EventPump
     void pump() override;
+    void pumpFor(int maxWaitMs) override;
     void requestQuit() override { quit_ = true; }
     bool quitRequested() const override { return quit_; }
     // TimerFactory

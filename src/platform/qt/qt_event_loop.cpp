@@ -56,6 +56,13 @@ void QtEventPump::pump() {
     }
 }
 
+void QtEventPump::pumpFor(int maxWaitMs) {
+    QTimer limit;
+    limit.setSingleShot(true);
+    limit.start(maxWaitMs);
+    pump();
+}
+
 void QtEventPump::requestQuit() {
     quit_ = true;
     gate_.setQuitting();

@@ -39,6 +39,7 @@ class QtEventPump : public EventPump {
 public:
     explicit QtEventPump(EventGate& gate) : gate_(gate) {}
     void pump() override;
+    void pumpFor(int maxWaitMs) override;
     void requestQuit() override;
     bool quitRequested() const override { return quit_; }
 

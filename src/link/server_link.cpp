@@ -1,0 +1,133 @@
+#include "link/server_link.h"
+
+#include "panel/texts.h"
+#include "platform/text_number.h"
+
+namespace sim {
+
+std::optional<int> ServerLink::listen() {
+    Panel& p = panel_;
+    if (p.txt_Port.text().isEmpty()) {
+        dialogs_.messageBox(QLatin1String(texts::kInputPortNo), msg_style::kCritical, QLatin1String(texts::kErrorTitle));
+        return 0;
+    }
+    looping_ = true;
+    struct Done {
+        bool& flag;
+        ~Done() { flag = false; }
+    } done{looping_};
+    bool retrying = false;
+    for (;;) {
+        // After a failed listen the next attempt comes at the next event, or after a short pause:
+        // a port that stays taken is retried without end, but without burning the processor.
+        if (retrying) {
+            pump_.pumpFor(kRetryPauseMs);
+        } else {
+            pump_.pump();
+        }
+        if (p.bUserClose != 0) {
+            return std::nullopt;
+        }
+        retrying = false;
+        if (p.Server_Socket.state() == socket_state::kClosed) {
+            ListenStart();
+            retrying = p.Server_Socket.state() == socket_state::kClosed;
+        }
+    }
+}
+
+void ServerLink::ListenStart() {
+    Panel& p = panel_;
+    const Stamp now = log_.stamp();
+    if (ServerListen() == 1) {
+        log_.addStatus(now, texts::kListening, false);
+        log_.ListTrim();
+        p.Frame1.setEnabled(false);
+        p.Frame2.setEnabled(false);
+        p.txt_Logfile.setEnabled(false);
+        p.Cmd_Start.setEnabled(false);
+        p.Cmd_Send.setEnabled(true);
+        p.cmd_End.setEnabled(true);
+        log_.ListBottom();
+        return;
+    }
+    log_.addStatus(now, texts::kListenFail, false);
+    log_.ListTrim();
+    log_.ListBottom();
+    // However the attempts began, Close stays offered so that the operator can always stop them.
+    p.cmd_End.setEnabled(true);
+}
+
+int ServerLink::ServerListen() {
+    Panel& p = panel_;
+    try {
+        p.Server_Socket.setProtocol(0);
+        const auto port = toLong(p.txt_Port.text());
+        if (!port) {
+            return 0;
+        }
+        p.Server_Socket.setLocalPort(static_cast<std::int32_t>(*port));
+        p.Server_Socket.listen();
+    } catch (const RuntimeFailure&) {
+        return 0;
+    }
+    p.iConnectTick = 0;
+    p.TmrConnect.setInterval(1000);
+    p.TmrConnect.setEnabled(true);
+    int result = 0;
+    while (p.iConnectTick < 1) {
+        pump_.pump();
+        if (p.Server_Socket.state() == socket_state::kListening) {
+            result = 1;
+            break;
+        }
+    }
+    p.TmrConnect.setEnabled(false);
+    p.iConnectTick = 0;
+    return result;
+}
+
+void ServerLink::Server_Socket_ConnectionRequest(std::int32_t requestId) {
+    Panel& p = panel_;
+    if (p.Server_Socket.state() == socket_state::kClosed) {
+        return;
+    }
+    p.Server_Socket.close();
+    try {
+        p.Server_Socket.accept(requestId);
+    } catch (const RuntimeFailure&) {
+        return; // the request is lost; the loop finds the socket closed and listens again
+    }
+    log_.addStatus(log_.stamp(), texts::kClientConnected, false);
+    log_.ListTrim();
+    log_.ListBottom();
+}
+
+void ServerLink::Server_Socket_Close() {
+    log_.addStatus(log_.stamp(), texts::kClientDisconnected, false);
+    log_.ListTrim();
+    log_.ListBottom();
+    panel_.Server_Socket.close();
+    link_.PanelReset();
+}
+
+void ServerLink::Server_Socket_DataArrival(std::int32_t bytesTotal) {
+    Panel& p = panel_;
+    const Int16 count = bytesTotal;
+    if (count == 0) {
+        return;
+    }
+    Bytes received;
+    try {
+        p.Server_Socket.getData(received);
+    } catch (const RuntimeFailure&) {
+        log_.TrafficLog({}, -1, 1);
+        return;
+    }
+    log_.TrafficLog(received, count, 1);
+    if (p.opt_Client.value()) {
+        link_.answer(p.Server_Socket, received, count);
+    }
+}
+
+} // namespace sim
