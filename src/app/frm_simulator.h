@@ -8,8 +8,8 @@
 #include "panel/form_lifecycle.h"
 #include "panel/operator.h"
 #include "panel/options.h"
-#include "panel/role.h"
 #include "panel/panel.h"
+#include "panel/role.h"
 #include "panel/saved_settings.h"
 #include "platform/seam.h"
 #include "traffic/manual_send.h"
@@ -29,6 +29,7 @@ public:
     Operator& op() { return operator_; }
     Link& link() { return link_; }
     LogBook& log() { return log_; }
+    ServerLink& server() { return server_; }
 
 private:
     void wire();

@@ -8,7 +8,8 @@ namespace sim {
 std::optional<int> ServerLink::listen() {
     Panel& p = panel_;
     if (p.txt_Port.text().isEmpty()) {
-        dialogs_.messageBox(QLatin1String(texts::kInputPortNo), msg_style::kCritical, QLatin1String(texts::kErrorTitle));
+        dialogs_.messageBox(QLatin1String(texts::kInputPortNo), msg_style::kCritical,
+                            QLatin1String(texts::kErrorTitle));
         return 0;
     }
     looping_ = true;
@@ -16,22 +17,22 @@ std::optional<int> ServerLink::listen() {
         bool& flag;
         ~Done() { flag = false; }
     } done{looping_};
-    bool retrying = false;
+    // Each pass reads what it needs after the events: the first listen starts at once, and after a
+    // failed one the next attempt comes at the next event or after a short pause, so a port that stays
+    // taken is retried without end but without burning the processor.
     for (;;) {
-        // After a failed listen the next attempt comes at the next event, or after a short pause:
-        // a port that stays taken is retried without end, but without burning the processor.
+        if (p.bUserClose != 0) {
+            return std::nullopt;
+        }
+        bool retrying = false;
+        if (p.Server_Socket.state() == socket_state::kClosed) {
+            ListenStart();
+            retrying = p.Server_Socket.state() == socket_state::kClosed;
+        }
         if (retrying) {
             pump_.pumpFor(kRetryPauseMs);
         } else {
             pump_.pump();
-        }
-        if (p.bUserClose != 0) {
-            return std::nullopt;
-        }
-        retrying = false;
-        if (p.Server_Socket.state() == socket_state::kClosed) {
-            ListenStart();
-            retrying = p.Server_Socket.state() == socket_state::kClosed;
         }
     }
 }
