@@ -18,7 +18,7 @@ TEST(ControlTable, HoldsEveryControlOnceWithItsHolder) {
             ++timers;
         } else if (c->kind() != Kind::SaveDialog) {
             ++visible;
-            if (c->spec().holder != "form") {
+            if (c->design().holder != "form") {
                 ASSERT_NE(c->holder(), nullptr) << c->name().toStdString();
                 EXPECT_EQ(c->holder()->kind(), Kind::Frame);
             }

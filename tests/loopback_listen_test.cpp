@@ -35,7 +35,8 @@ TEST(LoopbackListen, ServesAClientThatLeavesAndComesBackAtOnce) {
     QByteArray got;
     int round = 0;
     QObject::connect(&client, &QTcpSocket::readyRead, [&] { got += client.readAll(); });
-    QObject::connect(&client, &QTcpSocket::connected, [&] { client.write(QByteArray("round") + QByteArray::number(++round)); });
+    QObject::connect(&client, &QTcpSocket::connected,
+                     [&] { client.write(QByteArray("round") + QByteArray::number(++round)); });
     // A refused connect, while the simulator has not listened again yet, is tried once more.
     QObject::connect(&client, &QTcpSocket::errorOccurred, [&](QAbstractSocket::SocketError e) {
         if (e == QAbstractSocket::ConnectionRefusedError) {

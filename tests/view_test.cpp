@@ -32,7 +32,7 @@ TEST_F(ViewCase, EveryControlSitsAtItsTwipsPosition) {
             continue;
         }
         ASSERT_NE(w, nullptr) << c->name().toStdString();
-        const Geometry& g = c->spec().geometry;
+        const Geometry& g = c->design().geometry;
         EXPECT_EQ(w->geometry(), QRect(g.left / 15, g.top / 15, g.width / 15, g.height / 15))
             << c->name().toStdString();
         ++placed;

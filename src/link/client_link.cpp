@@ -12,17 +12,25 @@ void Link::message(const char* text, int style, const char* title) {
     dialogs_.messageBox(QLatin1String(text), style, QLatin1String(title));
 }
 
-void Link::Cmd_Start_Click() {
+bool Link::startLink() {
     Panel& p = panel_;
     p.Client_Socket.close();
     p.Server_Socket.close();
     p.bUserClose = 0;
     if (!log_.Logfile_chk()) {
-        return;
+        return false;
     }
     const auto result = ConnectStart();
     if (!result || *result == 0) {
         PanelReset();
+    }
+    return true;
+}
+
+void Link::Cmd_Start_Click() {
+    Panel& p = panel_;
+    if (!startLink()) {
+        return;
     }
     if (p.Opt_Cnn1.value()) {
         p.bFailShown = 0;

@@ -19,6 +19,10 @@ public:
     std::function<std::optional<int>(const Stamp& started)> listeningBranch;
 
     void Cmd_Start_Click();
+    // The start that Connect and "Connect && Send && Recv && Close" share: both sockets closed, the
+    // log file checked, ConnectStart, and the panel unlocked again when nothing was attempted. False
+    // when the log file was refused.
+    bool startLink();
     // 0: a check refused; 1: an attempt was made; no value: listening was ended by the operator.
     std::optional<int> ConnectStart();
     // 1: connected within one tick of TmrConnect; 0: the wait ran out; 99: the connect could not start.

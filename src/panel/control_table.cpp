@@ -9,7 +9,7 @@ namespace {
 
 using texts::kMakerAddress;
 
-constexpr std::array<ControlSpec, 91> kTable = {{
+constexpr std::array<ControlDesign, 91> kTable = {{
     // name, index, kind, holder, tab, {left, top, width, height}, caption, flags, back, font, entries
     {"fraBack",
      -1,
@@ -980,7 +980,7 @@ constexpr std::array<ControlSpec, 91> kTable = {{
 
 } // namespace
 
-std::span<const ControlSpec> controlTable() {
+std::span<const ControlDesign> controlTable() {
     return kTable;
 }
 

@@ -49,7 +49,7 @@ struct Geometry {
 inline constexpr int kTwipsPerPixel = 15;
 
 // One control as it is stored with the form: its design state.
-struct ControlSpec {
+struct ControlDesign {
     std::string_view name;
     int index; // member of a control array, or -1
     Kind kind;
@@ -66,7 +66,7 @@ struct ControlSpec {
 
 // Every control of the form in order of holder, then of tab order, followed by the timers, the sockets
 // and the Save dialog.
-std::span<const ControlSpec> controlTable();
+std::span<const ControlDesign> controlTable();
 
 // The form itself.
 inline constexpr int kDesignClientWidth = 10965;

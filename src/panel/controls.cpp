@@ -15,8 +15,8 @@ RuntimeFailure invalidValue() {
     return RuntimeFailure(kInvalidPropertyValue, QStringLiteral("Invalid property value"));
 }
 
-unsigned designBack(const ControlSpec& spec) {
-    switch (spec.back) {
+unsigned designBack(const ControlDesign& design) {
+    switch (design.back) {
     case Back::Grey:
         return kGrey;
     case Back::ButtonFace:
@@ -59,13 +59,13 @@ QStringList designEntries(Entries entries) {
 
 // ---- Control ----
 
-Control::Control(Panel& panel, const ControlSpec& spec)
-    : panel_(panel), spec_(spec), enabled_((spec.flags & kDisabled) == 0) {}
+Control::Control(Panel& panel, const ControlDesign& design)
+    : panel_(panel), design_(design), enabled_((design.flags & kDisabled) == 0) {}
 
 QString Control::name() const {
-    QString n = QString::fromLatin1(spec_.name);
-    if (spec_.index >= 0) {
-        n += QStringLiteral("(%1)").arg(spec_.index);
+    QString n = QString::fromLatin1(design_.name);
+    if (design_.index >= 0) {
+        n += QStringLiteral("(%1)").arg(design_.index);
     }
     return n;
 }
@@ -114,8 +114,8 @@ void Control::changed(Prop prop) {
 
 // ---- Label, Button ----
 
-Label::Label(Panel& panel, const ControlSpec& spec)
-    : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
+Label::Label(Panel& panel, const ControlDesign& design)
+    : Control(panel, design), caption_(QString::fromLatin1(design.caption)) {}
 
 void Label::setCaption(const QString& caption) {
     if (caption_ != caption) {
@@ -124,8 +124,8 @@ void Label::setCaption(const QString& caption) {
     }
 }
 
-Button::Button(Panel& panel, const ControlSpec& spec)
-    : Control(panel, spec), caption_(QString::fromLatin1(spec.caption)) {}
+Button::Button(Panel& panel, const ControlDesign& design)
+    : Control(panel, design), caption_(QString::fromLatin1(design.caption)) {}
 
 void Button::setCaption(const QString& caption) {
     if (caption_ != caption) {
@@ -136,8 +136,8 @@ void Button::setCaption(const QString& caption) {
 
 // ---- OptionButton, CheckBox ----
 
-OptionButton::OptionButton(Panel& panel, const ControlSpec& spec)
-    : Control(panel, spec), value_((spec.flags & kSelected) != 0) {}
+OptionButton::OptionButton(Panel& panel, const ControlDesign& design)
+    : Control(panel, design), value_((design.flags & kSelected) != 0) {}
 
 void OptionButton::setValue(bool on) {
     if (value_ == on) {
@@ -161,7 +161,7 @@ void OptionButton::setValue(bool on) {
     }
 }
 
-CheckBox::CheckBox(Panel& panel, const ControlSpec& spec) : Control(panel, spec) {}
+CheckBox::CheckBox(Panel& panel, const ControlDesign& design) : Control(panel, design) {}
 
 void CheckBox::setValue(Int16 value) {
     if (value < 0 || value > 2) {
@@ -179,8 +179,8 @@ void CheckBox::setValue(Int16 value) {
 
 // ---- TextBox ----
 
-TextBox::TextBox(Panel& panel, const ControlSpec& spec)
-    : Control(panel, spec), text_(QString::fromLatin1(spec.caption)), backColor_(designBack(spec)) {}
+TextBox::TextBox(Panel& panel, const ControlDesign& design)
+    : Control(panel, design), text_(QString::fromLatin1(design.caption)), backColor_(designBack(design)) {}
 
 void TextBox::setText(const QString& text) {
     replaceText(text, 0);
@@ -238,8 +238,8 @@ void TextBox::setBackColor(unsigned colour) {
 
 // ---- ComboBox ----
 
-ComboBox::ComboBox(Panel& panel, const ControlSpec& spec)
-    : Control(panel, spec), entries_(designEntries(spec.entries)), backColor_(designBack(spec)) {}
+ComboBox::ComboBox(Panel& panel, const ControlDesign& design)
+    : Control(panel, design), entries_(designEntries(design.entries)), backColor_(designBack(design)) {}
 
 void ComboBox::setText(const QString& text) {
     if (text_ != text) {
@@ -302,8 +302,8 @@ void ListBox::setListIndex(int index) {
 
 // ---- Timer ----
 
-Timer::Timer(Panel& panel, const ControlSpec& spec, TimerFactory& timers)
-    : Control(panel, spec), interval_(spec.interval), timer_(timers.createTimer([this] { tick(); })) {
+Timer::Timer(Panel& panel, const ControlDesign& design, TimerFactory& timers)
+    : Control(panel, design), interval_(design.interval), timer_(timers.createTimer([this] { tick(); })) {
     rearm();
 }
 
@@ -343,8 +343,8 @@ void Timer::tick() {
 
 // ---- SaveDialog ----
 
-SaveDialog::SaveDialog(Panel& panel, const ControlSpec& spec, Dialogs& dialogs)
-    : Control(panel, spec), dialogs_(dialogs) {}
+SaveDialog::SaveDialog(Panel& panel, const ControlDesign& design, Dialogs& dialogs)
+    : Control(panel, design), dialogs_(dialogs) {}
 
 void SaveDialog::ShowSave() {
     SaveDialogRequest request;

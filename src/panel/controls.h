@@ -21,13 +21,13 @@ enum class Prop { Text, Caption, Enabled, Value, Selection, BackColor, ListIndex
 // A control of the form: its design state from the control table, and the members the handlers use.
 class Control {
 public:
-    Control(Panel& panel, const ControlSpec& spec);
+    Control(Panel& panel, const ControlDesign& design);
     virtual ~Control() = default;
     Control(const Control&) = delete;
     Control& operator=(const Control&) = delete;
 
-    const ControlSpec& spec() const { return spec_; }
-    Kind kind() const { return spec_.kind; }
+    const ControlDesign& design() const { return design_; }
+    Kind kind() const { return design_.kind; }
     QString name() const; // with the index of a control array member: "txtStep(2)"
     Control* holder() const { return holder_; }
     void setHolder(Control* holder) { holder_ = holder; }
@@ -49,7 +49,7 @@ protected:
     Panel& panel_;
 
 private:
-    const ControlSpec& spec_;
+    const ControlDesign& design_;
     Control* holder_ = nullptr;
     bool enabled_;
 };
@@ -57,12 +57,12 @@ private:
 class Frame : public Control {
 public:
     using Control::Control;
-    QString caption() const { return QString::fromLatin1(spec().caption); }
+    QString caption() const { return QString::fromLatin1(design().caption); }
 };
 
 class Label : public Control {
 public:
-    Label(Panel& panel, const ControlSpec& spec);
+    Label(Panel& panel, const ControlDesign& design);
     const QString& caption() const { return caption_; }
     void setCaption(const QString& caption);
 
@@ -72,7 +72,7 @@ private:
 
 class Button : public Control {
 public:
-    Button(Panel& panel, const ControlSpec& spec);
+    Button(Panel& panel, const ControlDesign& design);
     const QString& caption() const { return caption_; }
     void setCaption(const QString& caption);
 
@@ -83,8 +83,8 @@ private:
 // Selecting a member deselects the others of its holder. Click runs when the value turns true.
 class OptionButton : public Control {
 public:
-    OptionButton(Panel& panel, const ControlSpec& spec);
-    QString caption() const { return QString::fromLatin1(spec().caption); }
+    OptionButton(Panel& panel, const ControlDesign& design);
+    QString caption() const { return QString::fromLatin1(design().caption); }
     bool value() const { return value_; }
     void setValue(bool on);
 
@@ -95,8 +95,8 @@ private:
 // Value 0 unchecked, 1 checked, 2 greyed; Click runs whenever the value changes.
 class CheckBox : public Control {
 public:
-    CheckBox(Panel& panel, const ControlSpec& spec);
-    QString caption() const { return QString::fromLatin1(spec().caption); }
+    CheckBox(Panel& panel, const ControlDesign& design);
+    QString caption() const { return QString::fromLatin1(design().caption); }
     Int16 value() const { return value_; }
     void setValue(Int16 value);
 
@@ -106,7 +106,7 @@ private:
 
 class TextBox : public Control {
 public:
-    TextBox(Panel& panel, const ControlSpec& spec);
+    TextBox(Panel& panel, const ControlDesign& design);
 
     const QString& text() const { return text_; }
     void setText(const QString& text); // Change runs when the text differs
@@ -118,7 +118,7 @@ public:
     void setSelText(const QString& text); // replaces the selection; Change runs when the text differs
     unsigned backColor() const { return backColor_; }
     void setBackColor(unsigned colour);
-    bool readOnly() const { return (spec().flags & kReadOnly) != 0; }
+    bool readOnly() const { return (design().flags & kReadOnly) != 0; }
 
     // What the operator's edit control did: the new text and caret. Runs Change when the text differs.
     void applyOperatorEdit(const QString& text, int caret);
@@ -137,7 +137,7 @@ private:
 
 class ComboBox : public Control {
 public:
-    ComboBox(Panel& panel, const ControlSpec& spec);
+    ComboBox(Panel& panel, const ControlDesign& design);
 
     const QString& text() const { return text_; }
     void setText(const QString& text);
@@ -176,7 +176,7 @@ private:
 // tick never enters its own handler while that still runs.
 class Timer : public Control {
 public:
-    Timer(Panel& panel, const ControlSpec& spec, TimerFactory& timers);
+    Timer(Panel& panel, const ControlDesign& design, TimerFactory& timers);
 
     int interval() const { return interval_; }
     void setInterval(int ms);
@@ -197,7 +197,7 @@ private:
 // The Save dialog and the properties it is shown with.
 class SaveDialog : public Control {
 public:
-    SaveDialog(Panel& panel, const ControlSpec& spec, Dialogs& dialogs);
+    SaveDialog(Panel& panel, const ControlDesign& design, Dialogs& dialogs);
 
     bool CancelError = false;
     int Flags = 0;

@@ -65,7 +65,7 @@ void Operator::tab(bool backwards) {
     if (order.empty()) {
         return;
     }
-    std::ranges::sort(order, {}, [](const Control* c) { return c->spec().tab; });
+    std::ranges::sort(order, {}, [](const Control* c) { return c->design().tab; });
     auto at = std::ranges::find(order, panel_.focused());
     std::size_t next = 0;
     if (at != order.end()) {

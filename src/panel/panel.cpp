@@ -5,29 +5,29 @@
 namespace sim {
 namespace {
 
-std::unique_ptr<Control> makeControl(Panel& panel, const ControlSpec& spec, TimerFactory& timers,
+std::unique_ptr<Control> makeControl(Panel& panel, const ControlDesign& design, TimerFactory& timers,
                                      Dialogs& dialogs) {
-    switch (spec.kind) {
+    switch (design.kind) {
     case Kind::Frame:
-        return std::make_unique<Frame>(panel, spec);
+        return std::make_unique<Frame>(panel, design);
     case Kind::Label:
-        return std::make_unique<Label>(panel, spec);
+        return std::make_unique<Label>(panel, design);
     case Kind::TextBox:
-        return std::make_unique<TextBox>(panel, spec);
+        return std::make_unique<TextBox>(panel, design);
     case Kind::OptionButton:
-        return std::make_unique<OptionButton>(panel, spec);
+        return std::make_unique<OptionButton>(panel, design);
     case Kind::CheckBox:
-        return std::make_unique<CheckBox>(panel, spec);
+        return std::make_unique<CheckBox>(panel, design);
     case Kind::Button:
-        return std::make_unique<Button>(panel, spec);
+        return std::make_unique<Button>(panel, design);
     case Kind::ComboBox:
-        return std::make_unique<ComboBox>(panel, spec);
+        return std::make_unique<ComboBox>(panel, design);
     case Kind::ListBox:
-        return std::make_unique<ListBox>(panel, spec);
+        return std::make_unique<ListBox>(panel, design);
     case Kind::Timer:
-        return std::make_unique<Timer>(panel, spec, timers);
+        return std::make_unique<Timer>(panel, design, timers);
     case Kind::SaveDialog:
-        return std::make_unique<SaveDialog>(panel, spec, dialogs);
+        return std::make_unique<SaveDialog>(panel, design, dialogs);
     case Kind::Form:
     case Kind::Socket:
         break;
@@ -37,14 +37,14 @@ std::unique_ptr<Control> makeControl(Panel& panel, const ControlSpec& spec, Time
 
 std::vector<std::unique_ptr<Control>> buildControls(Panel& panel, TimerFactory& timers, Dialogs& dialogs) {
     std::vector<std::unique_ptr<Control>> controls;
-    for (const ControlSpec& spec : controlTable()) {
-        if (auto control = makeControl(panel, spec, timers, dialogs)) {
+    for (const ControlDesign& design : controlTable()) {
+        if (auto control = makeControl(panel, design, timers, dialogs)) {
             controls.push_back(std::move(control));
         }
     }
     for (auto& control : controls) {
         for (auto& candidate : controls) {
-            if (candidate->spec().name == control->spec().holder && candidate->spec().index < 0) {
+            if (candidate->design().name == control->design().holder && candidate->design().index < 0) {
                 control->setHolder(candidate.get());
             }
         }
@@ -65,7 +65,7 @@ std::vector<Control*> pointers(const std::vector<std::unique_ptr<Control>>& owne
 
 Control* Panel::find(std::string_view name, int index) const {
     for (Control* c : view_) {
-        if (c->spec().name == name && c->spec().index == index) {
+        if (c->design().name == name && c->design().index == index) {
             return c;
         }
     }

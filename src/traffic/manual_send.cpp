@@ -53,18 +53,9 @@ void ManualSend::Cmd_Send_Click() {
 }
 
 void ManualSend::cmd_CSend_Click() {
-    Panel& p = panel_;
-    p.Client_Socket.close();
-    p.Server_Socket.close();
-    p.bUserClose = 0;
-    if (!log_.Logfile_chk()) {
-        return;
+    if (link_.startLink()) {
+        Cmd_Send_Click();
     }
-    const auto result = link_.ConnectStart();
-    if (!result || *result == 0) {
-        link_.PanelReset();
-    }
-    Cmd_Send_Click();
 }
 
 } // namespace sim

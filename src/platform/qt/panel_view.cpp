@@ -291,9 +291,9 @@ void PanelView::build() {
     for (Control* c : panel_.controls()) {
         QWidget* parent = c->holder() != nullptr ? widgetFor(*c->holder()) : this;
         if (QWidget* w = create(*c, parent)) {
-            const Geometry& g = c->spec().geometry;
+            const Geometry& g = c->design().geometry;
             w->setGeometry(px(g.left), px(g.top), px(g.width), px(g.height));
-            w->setFont(fontFor(c->spec().font));
+            w->setFont(fontFor(c->design().font));
             widgets_[c] = w;
             controls_[w] = c;
             w->installEventFilter(this);
@@ -316,7 +316,7 @@ void PanelView::build() {
             order.push_back(c);
         }
     }
-    std::ranges::sort(order, {}, [](const Control* c) { return c->spec().tab; });
+    std::ranges::sort(order, {}, [](const Control* c) { return c->design().tab; });
     for (std::size_t i = 1; i < order.size(); ++i) {
         QWidget::setTabOrder(widgetFor(*order[i - 1]), widgetFor(*order[i]));
     }
@@ -325,11 +325,11 @@ void PanelView::build() {
 QWidget* PanelView::create(Control& control, QWidget* parent) {
     switch (control.kind()) {
     case Kind::Frame:
-        return new FrameBox(static_cast<Frame&>(control).caption(), (control.spec().flags & kBorderless) == 0,
-                            parent);
+        return new FrameBox(static_cast<Frame&>(control).caption(),
+                            (control.design().flags & kBorderless) == 0, parent);
     case Kind::Label: {
         auto* label = new QLabel(parent);
-        label->setAlignment(((control.spec().flags & kRightAligned) != 0 ? Qt::AlignRight : Qt::AlignLeft) |
+        label->setAlignment(((control.design().flags & kRightAligned) != 0 ? Qt::AlignRight : Qt::AlignLeft) |
                             Qt::AlignTop);
         if (control.Click) {
             label->setCursor(Qt::PointingHandCursor);
