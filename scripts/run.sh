@@ -6,13 +6,15 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh
 scripts/build.sh default
 exe="$PWD/build/default/src/traffic_simulator"
+# The daily log goes under the working folder: keep it beside the program, out of the sources.
+cd "$(dirname "$exe")"
 
 if [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; then
     exec "$exe"
 fi
 
 echo "No display found: running the window on a virtual display (Xvfb)."
-shot="$PWD/build/screenshot.png"
+shot="$(cd ../.. && pwd)/screenshot.png"
 export SIM_EXE="$exe" SIM_SHOT="$shot" SIM_SECONDS="${SIM_HEADLESS_SECONDS:-}"
 xvfb-run -a -s "-screen 0 1024x768x24 -dpi 96" bash -c '
     "$SIM_EXE" &

@@ -1,4 +1,5 @@
 #include "link/client_link.h"
+#include "platform/scoped_flag.h"
 
 #include "panel/texts.h"
 #include "platform/text_number.h"
@@ -125,11 +126,7 @@ int Link::ClientConnect() {
     } catch (const RuntimeFailure&) {
         return 99;
     }
-    waiting_ = true;
-    struct Done {
-        bool& flag;
-        ~Done() { flag = false; }
-    } done{waiting_};
+    const ScopedFlag waiting(waiting_);
     p.iConnectTick = 0;
     p.TmrConnect.setInterval(1000);
     p.TmrConnect.setEnabled(true);

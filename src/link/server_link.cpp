@@ -1,4 +1,5 @@
 #include "link/server_link.h"
+#include "platform/scoped_flag.h"
 
 #include "panel/texts.h"
 #include "platform/text_number.h"
@@ -12,11 +13,7 @@ std::optional<int> ServerLink::listen() {
                             QLatin1String(texts::kErrorTitle));
         return 0;
     }
-    looping_ = true;
-    struct Done {
-        bool& flag;
-        ~Done() { flag = false; }
-    } done{looping_};
+    const ScopedFlag looping(looping_);
     // Each pass reads what it needs after the events: the first listen starts at once, and after a
     // failed one the next attempt comes at the next event or after a short pause, so a port that stays
     // taken is retried without end but without burning the processor.

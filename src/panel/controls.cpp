@@ -1,4 +1,5 @@
 #include "panel/controls.h"
+#include "platform/scoped_flag.h"
 
 #include "panel/panel.h"
 #include "platform/runtime_failure.h"
@@ -114,20 +115,10 @@ void Control::changed(Prop prop) {
 
 // ---- Label, Button ----
 
-Label::Label(Panel& panel, const ControlDesign& design)
+Captioned::Captioned(Panel& panel, const ControlDesign& design)
     : Control(panel, design), caption_(QString::fromLatin1(design.caption)) {}
 
-void Label::setCaption(const QString& caption) {
-    if (caption_ != caption) {
-        caption_ = caption;
-        changed(Prop::Caption);
-    }
-}
-
-Button::Button(Panel& panel, const ControlDesign& design)
-    : Control(panel, design), caption_(QString::fromLatin1(design.caption)) {}
-
-void Button::setCaption(const QString& caption) {
+void Captioned::setCaption(const QString& caption) {
     if (caption_ != caption) {
         caption_ = caption;
         changed(Prop::Caption);
@@ -333,11 +324,7 @@ void Timer::tick() {
     if (!running_ || inHandler_ || !Tick) {
         return;
     }
-    inHandler_ = true;
-    struct Reset {
-        bool& flag;
-        ~Reset() { flag = false; }
-    } reset{inHandler_};
+    const ScopedFlag inHandler(inHandler_);
     panel_.dispatch(Tick);
 }
 

@@ -60,9 +60,10 @@ public:
     QString caption() const { return QString::fromLatin1(design().caption); }
 };
 
-class Label : public Control {
+// A control whose caption the program may change.
+class Captioned : public Control {
 public:
-    Label(Panel& panel, const ControlDesign& design);
+    Captioned(Panel& panel, const ControlDesign& design);
     const QString& caption() const { return caption_; }
     void setCaption(const QString& caption);
 
@@ -70,14 +71,14 @@ private:
     QString caption_;
 };
 
-class Button : public Control {
+class Label : public Captioned {
 public:
-    Button(Panel& panel, const ControlDesign& design);
-    const QString& caption() const { return caption_; }
-    void setCaption(const QString& caption);
+    using Captioned::Captioned;
+};
 
-private:
-    QString caption_;
+class Button : public Captioned {
+public:
+    using Captioned::Captioned;
 };
 
 // Selecting a member deselects the others of its holder. Click runs when the value turns true.

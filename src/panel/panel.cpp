@@ -1,4 +1,5 @@
 #include "panel/panel.h"
+#include "platform/scoped_flag.h"
 
 #include <stdexcept>
 
@@ -145,11 +146,7 @@ void Panel::moveFocus(Control* target) {
     Control* old = focused_;
     focusTarget_ = target;
     if (old != nullptr && old->LostFocus) {
-        movingFocus_ = true;
-        struct Reset {
-            bool& flag;
-            ~Reset() { flag = false; }
-        } reset{movingFocus_};
+        const ScopedFlag moving(movingFocus_);
         old->LostFocus();
     }
     focused_ = focusTarget_;
