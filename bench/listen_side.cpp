@@ -23,6 +23,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -34,7 +35,7 @@
 
 namespace {
 
-constexpr int kRoundTrips = 20000;
+int kRoundTrips = 20000; // a first argument sets another count
 constexpr int kMessage = 64;
 
 long rssKb() {
@@ -57,8 +58,11 @@ int freePort() {
     return probe.serverPort();
 }
 
-// A blocking client on 127.0.0.1: one message at a time, each waited for. Round trips in microseconds.
-std::vector<double> roundTrips(int port, int count) {
+// A blocking client on 127.0.0.1: one message at a time, each waited for. Round trips in microseconds,
+// written into `out`, which is sized beforehand so that the measurements do not show as memory growth.
+void roundTrips(int port, std::vector<double>& out) {
+    const int count = static_cast<int>(out.size());
+    std::size_t done = 0;
     int fd = -1;
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -73,9 +77,9 @@ std::vector<double> roundTrips(int port, int count) {
         fd = -1;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    std::vector<double> out;
     if (fd < 0) {
-        return out;
+        out.clear();
+        return;
     }
     const int on = 1;
     ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -92,15 +96,16 @@ std::vector<double> roundTrips(int port, int count) {
             const ssize_t n = ::recv(fd, back + got, sizeof back - static_cast<size_t>(got), 0);
             if (n <= 0) {
                 ::close(fd);
-                return out;
+                out.resize(done);
+                return;
             }
             got += static_cast<int>(n);
         }
-        out.push_back(
-            std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
+        out[done++] =
+            std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
     }
     ::close(fd);
-    return out;
+    out.resize(done);
 }
 
 double percentile(std::vector<double> v, double p) {
@@ -145,17 +150,25 @@ struct Simulator {
 struct Measured {
     std::vector<double> trips;
     double seconds = 0;
+    std::vector<long> rss; // resident memory once a second while the client runs, KiB
 };
 
-Measured echoThroughSimulator(Simulator& s) {
-    Measured m;
+Measured echoThroughSimulator(Simulator& s, Measured m = Measured{}) {
+    if (m.trips.empty()) {
+        m.trips.assign(static_cast<std::size_t>(kRoundTrips), 0.0);
+    }
     std::atomic<bool> finished{false};
     std::thread client;
     const auto start = std::chrono::steady_clock::now();
+    auto nextSample = start;
     s.listenUntil([&] {
+        if (std::chrono::steady_clock::now() >= nextSample) {
+            m.rss.push_back(rssKb());
+            nextSample += std::chrono::seconds(1);
+        }
         if (!client.joinable() && s.p.Server_Socket.state() == sim::socket_state::kListening) {
             client = std::thread([&] {
-                m.trips = roundTrips(s.port, kRoundTrips);
+                roundTrips(s.port, m.trips);
                 finished = true;
             });
         }
@@ -171,6 +184,9 @@ Measured echoThroughSimulator(Simulator& s) {
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
+    if (argc > 1) {
+        kRoundTrips = std::max(1, std::atoi(argv[1]));
+    }
 
     // idle
     double idleShare = 0;
@@ -201,7 +217,8 @@ int main(int argc, char** argv) {
                 {QStringLiteral("TCP-LISTEN:%1,reuseaddr").arg(socatPort), QStringLiteral("PIPE")});
     std::vector<double> reference;
     if (socat.waitForStarted(3000)) {
-        reference = roundTrips(socatPort, kRoundTrips);
+        reference.assign(static_cast<std::size_t>(kRoundTrips), 0.0);
+        roundTrips(socatPort, reference);
         socat.kill();
         socat.waitForFinished(3000);
     }
@@ -232,8 +249,11 @@ int main(int argc, char** argv) {
         beat.restart();
     });
     heartbeat.start(10);
+    Measured sized;
+    sized.trips.assign(static_cast<std::size_t>(kRoundTrips), 0.0);
+    sized.rss.reserve(4096);
     const long rssBefore = rssKb();
-    const Measured withList = echoThroughSimulator(logged);
+    const Measured withList = echoThroughSimulator(logged, std::move(sized));
     const long rssAfter = rssKb();
     std::printf("logging: level List with the window: %.0f round trips/s (%zu in %.2f s), median %.1f us\n",
                 static_cast<double>(withList.trips.size()) / withList.seconds, withList.trips.size(),
@@ -242,5 +262,10 @@ int main(int argc, char** argv) {
                 "event-loop stall %lld ms\n",
                 static_cast<int>(logged.p.List1.listCount()), rssBefore, rssAfter,
                 static_cast<long long>(longestStall));
+    std::printf("  resident memory each second (KiB):");
+    for (long kb : withList.rss) {
+        std::printf(" %ld", kb);
+    }
+    std::printf("\n");
     return 0;
 }
