@@ -7,7 +7,7 @@ packages=(
     qt6-base-dev libgl-dev
     libgtest-dev
     xvfb xauth imagemagick fonts-liberation
-    socat
+    socat clang-format clang-tidy
 )
 
 missing=()

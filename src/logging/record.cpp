@@ -38,7 +38,7 @@ QString hexDigits(std::uint8_t byte) {
 
 QString hexPayload(const Bytes& data, int len) {
     QString text;
-    text.reserve(len * 3);
+    text.reserve(static_cast<qsizetype>(len) * 3);
     for (int i = 0; i < len; ++i) {
         text.append(QLatin1Char(' '));
         text.append(hexDigits(data[static_cast<std::size_t>(i)]));

@@ -57,7 +57,7 @@ void Str2Ary(Bytes& payload, const QString& text) {
 void Hex2Ary(Bytes& payload, const QString& text) {
     const int pairs = checkedLength(text) / 2;
     sizeTo(payload, pairs);
-    for (int i = 0; i < pairs; ++i) {
+    for (qsizetype i = 0; i < pairs; ++i) {
         const int high = hexDigit(text.at(2 * i));
         const int low = hexDigit(text.at(2 * i + 1));
         payload[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(high * 16 + low);

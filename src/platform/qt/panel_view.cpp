@@ -230,9 +230,9 @@ protected:
             e->accept();
             return;
         }
-        if (code == original) {
-            QLineEdit::keyPressEvent(e);
-        } else if (code >= 32 && code != 127) {
+        // A handler that turned the character into another printable one has that one typed instead.
+        const bool replaced = code != original && code >= 32 && code != 127;
+        if (replaced) {
             insert(QString(code_page::fromAnsiByte(static_cast<std::uint8_t>(code))));
         } else {
             QLineEdit::keyPressEvent(e);

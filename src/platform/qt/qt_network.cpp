@@ -22,7 +22,7 @@ namespace se = socket_error;
 // Reads stop for a while once this much waits unread, so a handler that falls behind loses nothing.
 constexpr qsizetype kInboxHigh = 1 << 20;
 // Bytes taken from the system per wake-up, so one busy link cannot starve the rest of the form.
-constexpr qsizetype kReadPerWake = 256 * 1024;
+constexpr qsizetype kReadPerWake = qsizetype{256} * 1024;
 
 int fromErrno(int err) {
     switch (err) {
