@@ -118,6 +118,26 @@ TEST_F(ViewCase, FocusSetByTheModelReachesTheWidgetAndTheReleaseFollowsIt) {
     EXPECT_EQ(f.p.txt_Destination_IP(0).text(), QStringLiteral("100"));
 }
 
+TEST_F(ViewCase, AFocusRedirectOnLeavingABoxDoesNotSwallowTheClick) {
+    int clicks = 0;
+    f.p.cmd_Log.Click = [&] { ++clicks; };
+    f.p.txt_Destination_IP(3).LostFocus = [&] { f.p.txt_Destination_Port.setFocus(); };
+    view.widgetFor(f.p.txt_Destination_IP(3))->setFocus();
+    QTest::mouseClick(view.widgetFor(f.p.cmd_Log), Qt::LeftButton);
+    EXPECT_EQ(clicks, 1);
+    EXPECT_EQ(f.p.focused(), &f.p.txt_Destination_Port);
+    EXPECT_EQ(view.focusWidget(), view.widgetFor(f.p.txt_Destination_Port));
+}
+
+TEST_F(ViewCase, TabbingOntoAButtonMovesTheModelsFocus) {
+    int lost = 0;
+    f.p.txt_Data_Input.LostFocus = [&] { ++lost; };
+    view.widgetFor(f.p.txt_Data_Input)->setFocus();
+    QTest::keyClick(view.widgetFor(f.p.txt_Data_Input), Qt::Key_Tab);
+    EXPECT_EQ(lost, 1);
+    EXPECT_EQ(view.focusWidget(), view.widgetFor(*f.p.focused()));
+}
+
 TEST_F(ViewCase, ClickingAnOptionLeavesOneSelectedPerGroup) {
     QTest::mouseClick(view.widgetFor(f.p.opt_File), Qt::LeftButton);
     EXPECT_TRUE(f.p.opt_File.value());

@@ -239,14 +239,6 @@ protected:
         }
     }
 
-    void focusInEvent(QFocusEvent* e) override {
-        QLineEdit::focusInEvent(e);
-        if (!view_.pushing_ && e->reason() != Qt::PopupFocusReason &&
-            e->reason() != Qt::ActiveWindowFocusReason) {
-            view_.op_.focus(box_);
-        }
-    }
-
 private:
     PanelView& view_;
     TextBox& box_;
@@ -520,6 +512,9 @@ bool PanelView::eventFilter(QObject* watched, QEvent* event) {
         }
         return true;
     }
+    if (event->type() == QEvent::FocusIn && !pushing_) {
+        reportFocus(watched, static_cast<QFocusEvent*>(event)->reason());
+    }
     if (event->type() == QEvent::MouseButtonRelease) {
         auto it = controls_.find(static_cast<QWidget*>(watched));
         if (it != controls_.end() && it->second->kind() == Kind::Label && it->second->Click) {
@@ -527,6 +522,26 @@ bool PanelView::eventFilter(QObject* watched, QEvent* event) {
         }
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void PanelView::reportFocus(QObject* watched, Qt::FocusReason reason) {
+    // Focus that comes back from a dialog or another window is no move between controls.
+    if (reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason) {
+        return;
+    }
+    auto it = controls_.find(static_cast<QWidget*>(watched));
+    if (it == controls_.end()) {
+        return;
+    }
+    Control& control = *it->second;
+    // A button pressed with the mouse takes the focus with its click: a redirect that LostFocus makes
+    // at the press would take the press away from the button and swallow the click.
+    const bool clickFollows = reason == Qt::MouseFocusReason &&
+                              (control.kind() == Kind::Button || control.kind() == Kind::OptionButton ||
+                               control.kind() == Kind::CheckBox);
+    if (!clickFollows) {
+        op_.focus(control);
+    }
 }
 
 void PanelView::closeEvent(QCloseEvent* event) {

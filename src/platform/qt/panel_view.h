@@ -44,6 +44,7 @@ private:
     void push(Control& control);
     void pushFocus(Control* control);
     void pushSize();
+    void reportFocus(QObject* watched, Qt::FocusReason reason);
 
     Panel& panel_;
     Operator& op_;
