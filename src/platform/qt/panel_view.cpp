@@ -70,6 +70,16 @@ QColor colourFor(unsigned colour) {
                   static_cast<int>((colour >> 16) & 0xFF));
 }
 
+// The back colour of a box in every state, and the grey text of a disabled box, dark enough to read
+// on the fixed grey as the system's grey text is.
+void setBoxColours(QPalette& palette, unsigned back) {
+    const QColor colour = colourFor(back);
+    for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        palette.setColor(group, QPalette::Base, colour);
+    }
+    palette.setColor(QPalette::Disabled, QPalette::Text, QColor(0x80, 0x80, 0x80));
+}
+
 // A label shows one ampersand for two; buttons and frames read the doubled one themselves.
 QString labelText(const QString& caption) {
     return QString(caption).replace(QStringLiteral("&&"), QStringLiteral("&"));
@@ -454,7 +464,7 @@ void PanelView::push(Control& control) {
             edit->setCursorPosition(box.selStart());
         }
         QPalette palette = edit->palette();
-        palette.setColor(QPalette::Base, colourFor(box.backColor()));
+        setBoxColours(palette, box.backColor());
         edit->setPalette(palette);
         break;
     }
@@ -468,7 +478,7 @@ void PanelView::push(Control& control) {
             combo->setEditText(model.text());
         }
         QPalette palette = combo->palette();
-        palette.setColor(QPalette::Base, colourFor(model.backColor()));
+        setBoxColours(palette, model.backColor());
         combo->setPalette(palette);
         break;
     }
