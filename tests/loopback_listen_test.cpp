@@ -44,7 +44,12 @@ TEST(LoopbackListen, ServesAClientThatLeavesAndComesBackAtOnce) {
             client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(f.port));
         }
     });
+    QElapsedTimer sincePress;
+    qint64 listeningAfter = -1;
     QObject::connect(&f.driver, &QTimer::timeout, [&] {
+        if (listeningAfter < 0 && f.p.List1.listCount() > 0) {
+            listeningAfter = sincePress.elapsed();
+        }
         if (round == 0 && f.p.Server_Socket.state() == socket_state::kListening &&
             client.state() == QAbstractSocket::UnconnectedState) {
             client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(f.port));
@@ -55,8 +60,11 @@ TEST(LoopbackListen, ServesAClientThatLeavesAndComesBackAtOnce) {
             f.op.click(f.p.cmd_End);
         }
     });
+    sincePress.start();
     f.op.click(f.p.Cmd_Start); // returns when listening has ended
     EXPECT_EQ(got, QByteArray("round1round2"));
+    EXPECT_GE(listeningAfter, 0);
+    EXPECT_LT(listeningAfter, 500) << "a listen that succeeds is reported at once, not at the wait's tick";
     const QStringList rows = f.rows();
     EXPECT_EQ(rows.filter(QStringLiteral("] : Client Connected")).size(), 2);
     EXPECT_EQ(rows.filter(QStringLiteral("] : Client Disconnected")).size(), 1);
