@@ -18,10 +18,6 @@ inline constexpr char kDefaultPort[] = "4000";
 inline constexpr char kConnectCaption[] = "Connect";
 inline constexpr char kErrorTitle[] = "Error";
 
-} // namespace sim::texts
-
-namespace sim::texts {
-
 // Tails of the status lines.
 inline constexpr char kConnectionSuccess[] = "] : Connection Success";
 inline constexpr char kConnectionFail[] = "] : Connection Fail";
@@ -56,10 +52,6 @@ inline constexpr char kServerSocketErrorRow[] = "Server Socket Error : Referance
 
 // The Save dialog of the log file.
 inline constexpr char kLogFileFilter[] = "Text Files (*.log)|*.log";
-
-} // namespace sim::texts
-
-namespace sim::texts {
 
 inline constexpr char kInputPortNo[] = "Input Port No";
 inline constexpr char kListenCaption[] = "Listen";
