@@ -18,8 +18,6 @@ public:
     int state() const override { return state_; }
     void getData(Bytes& data) override;
 
-    // Bytes read from the link that no DataArrival has handed over yet.
-    qsizetype buffered() const { return inbox_.size(); }
     const QString& name() const { return name_; }
 
 protected:

@@ -96,7 +96,6 @@ public:
     void reset() { end(true); }  // the link is reset: the simulator sees error 10054
     bool open() const { return socket_ != nullptr && !closing_; }
     const Bytes& received() const { return received_; } // everything the simulator sent
-    void clearReceived() { received_.clear(); }
     std::function<void(const Bytes&)> onReceive; // the device's own answer, if any
     std::function<void()> onClosedBySimulator;
 
@@ -124,7 +123,6 @@ public:
     std::shared_ptr<DeviceLink> deviceConnects(int port);
     // The link the device holds most recently.
     std::shared_ptr<DeviceLink> lastLink() const { return links_.empty() ? nullptr : links_.back(); }
-    const std::vector<std::shared_ptr<DeviceLink>>& links() const { return links_; }
     SimSocket* socketNamed(const QString& name) const;
     // The time a packet takes from one end to the other.
     Ms latency = 1;
