@@ -14,7 +14,8 @@ namespace sim::qt {
 
 // A stream socket on the system's own socket calls, watched by the Qt event loop. Only a literal IPv4
 // address is dialled: there is no name lookup. Errors carry the numbers operators know from Windows
-// Sockets. Every call that changes the state or fails posts an event, so the next pump returns.
+// Sockets. Every call that changes the state posts an event, and so does a failure found later, so
+// the next pump returns at once.
 class QtSocket : public StreamSocket {
 public:
     QtSocket(EventGate& gate, QString name);
