@@ -96,7 +96,7 @@ public:
     void reset() { end(true); }  // the link is reset: the simulator sees error 10054
     bool open() const { return socket_ != nullptr && !closing_; }
     const Bytes& received() const { return received_; } // everything the simulator sent
-    std::function<void(const Bytes&)> onReceive; // the device's own answer, if any
+    std::function<void(const Bytes&)> onReceive;        // the device's own answer, if any
     std::function<void()> onClosedBySimulator;
 
 private:
