@@ -1,9 +1,9 @@
 // Whole exchanges with a device on 127.0.0.1, on the Qt event loop and the system's sockets.
 
 #include "mixed_platform.h"
+#include "support/files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -57,10 +57,6 @@ struct Loopback : MixedForm {
         return pumpUntil(mixed.pump, cond, limitMs);
     }
     QStringList rows() const { return QStringList(p.List1.rows().begin(), p.List1.rows().end()); }
-    QByteArray file(const QString& path) const {
-        QFile f(QDir::fromNativeSeparators(path));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
     QString dailyLog() const {
         return mixed.folders.workingFolder() + QStringLiteral("/log/STAT_") +
                QDate::currentDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");
@@ -107,8 +103,8 @@ TEST(LoopbackExchange, SendsAsciiAndHexToAnEchoingDeviceAndLogsEveryLineByteForB
                                 Loopback::asFileLine(rows[7], false) + Loopback::asFileLine(rows[9], false);
     EXPECT_TRUE(rows[5].endsWith(QStringLiteral("] : Client Disconnected")))
         << "Close's line stays in the list";
-    EXPECT_EQ(f.file(f.p.txt_Logfile.text()), expected);
-    EXPECT_EQ(f.file(f.dailyLog()), expected);
+    EXPECT_EQ(fileBytes(f.p.txt_Logfile.text()), expected);
+    EXPECT_EQ(fileBytes(f.dailyLog()), expected);
 }
 
 TEST(LoopbackExchange, TheDevicesBytesComeBackUnchanged) {
@@ -148,8 +144,8 @@ TEST(LoopbackExchange, AnUnreachablePortFailsWithAnErrorReport) {
         f.rows().first().endsWith(QStringLiteral("Client Socket Error : Referance Err_Log File ....... ")));
     ASSERT_EQ(f.mixed.dialogs.shown.size(), 1U);
     const QByteArray report =
-        f.file(f.mixed.folders.programFolder() + QStringLiteral("/Err_Log/") +
-               QDate::currentDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".txt"));
+        fileBytes(f.mixed.folders.programFolder() + QStringLiteral("/Err_Log/") +
+                  QDate::currentDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".txt"));
     EXPECT_TRUE(report.contains("Err Number : 10061\r\nErr Desc : Connection is forcefully rejected\r\nErr "
                                 "Source : Client_Socket\r\n\r\n"));
 }

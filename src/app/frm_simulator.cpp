@@ -8,9 +8,8 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       settings_(panel_, platform.settings, platform.dialogs, platform.browser),
       lifecycle_(panel_, settings_, platform.clock, platform.folders),
       log_(panel_, platform.clock, platform.folders, platform.dialogs),
-      errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs),
-      level_(panel_, platform.folders.workingFolder()), options_(panel_),
-      link_(panel_, log_, platform.pump, platform.dialogs),
+      errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs), level_(panel_, log_),
+      options_(panel_), link_(panel_, log_, platform.pump, platform.dialogs),
       server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),
       manualSend_(panel_, log_, link_, platform.dialogs) {
     wire();
@@ -62,7 +61,7 @@ void FrmSimulator::wire() {
 
     // Link and manual send. A start pressed while the simulator listens would only begin a second
     // listening loop inside the first: it is ignored, and the running loop goes on.
-    link_.listeningBranch = [this](const Stamp&) { return server_.listen(); };
+    link_.listeningBranch = [this] { return server_.listen(); };
     p.Cmd_Start.Click = [this] {
         if (!server_.listening()) {
             link_.Cmd_Start_Click();

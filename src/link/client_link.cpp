@@ -47,7 +47,7 @@ std::optional<int> Link::ConnectStart() {
     p.Cmd_Start.setEnabled(false);
     const Stamp started = log_.stamp();
     if (!p.opt_Server.value()) {
-        return listeningBranch ? listeningBranch(started) : std::nullopt;
+        return listeningBranch ? listeningBranch() : std::nullopt;
     }
     bool anyAddress = false;
     for (int i = 0; i < 4; ++i) {

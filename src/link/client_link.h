@@ -16,7 +16,7 @@ public:
 
     // The listening branch of ConnectStart, taken when the device is the client: it runs until the
     // operator ends listening and gives no value. Without it, listening ends at once.
-    std::function<std::optional<int>(const Stamp& started)> listeningBranch;
+    std::function<std::optional<int>()> listeningBranch;
 
     void Cmd_Start_Click();
     // The start that Connect and "Connect && Send && Recv && Close" share: both sockets closed, the

@@ -2,7 +2,6 @@
 
 #include "panel/texts.h"
 
-#include <QDir>
 #include <QFile>
 
 namespace sim {
@@ -22,8 +21,7 @@ void LogLevel::cmd_browser_Click() {
         dlg.FilterIndex = 2;
         dlg.ShowSave();
         panel_.txt_Logfile.setText(dlg.FileName);
-        const QString path = QDir::fromNativeSeparators(panel_.txt_Logfile.text());
-        QFile file(QDir::isAbsolutePath(path) ? path : QDir(workingFolder_).filePath(path));
+        QFile file(log_.resolve(panel_.txt_Logfile.text()));
         if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
             file.close();
         }

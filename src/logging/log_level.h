@@ -1,13 +1,13 @@
 #pragma once
 
-#include "panel/panel.h"
+#include "logging/log_book.h"
 
 namespace sim {
 
 // The log level options and the choice of the named log file.
 class LogLevel {
 public:
-    LogLevel(Panel& panel, const QString& workingFolder) : panel_(panel), workingFolder_(workingFolder) {}
+    LogLevel(Panel& panel, const LogBook& log) : panel_(panel), log_(log) {}
 
     void LogfileOn() { setRow(true); }
     void LogfileOff() { setRow(false); }
@@ -18,7 +18,7 @@ public:
 private:
     void setRow(bool on);
     Panel& panel_;
-    QString workingFolder_;
+    const LogBook& log_;
 };
 
 } // namespace sim

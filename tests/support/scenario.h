@@ -1,9 +1,9 @@
 #pragma once
 
+#include "support/files.h"
 #include "support/sim_form.h"
 
 #include <QDir>
-#include <QFile>
 
 namespace sim::test {
 
@@ -38,10 +38,5 @@ struct DeviceAsServer : SimForm {
         op.click(control);
     }
 };
-
-inline QByteArray fileBytes(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 } // namespace sim::test
