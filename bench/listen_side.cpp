@@ -8,9 +8,9 @@
 
 #include "app/frm_simulator.h"
 #include "bench_support.h"
-#include "platform/qt/panel_view.h"
 #include "platform/qt/qt_platform.h"
 #include "support/sim_platform.h"
+#include "view/panel_view.h"
 
 #include <QApplication>
 #include <QProcess>
@@ -237,7 +237,7 @@ int main(int argc, char** argv) {
     // with logging and the window
     Simulator logged(nullptr);
     logged.form.op().click(logged.p.opt_List);
-    sim::qt::PanelView view(logged.p, logged.form.op());
+    sim::view::PanelView view(logged.p, logged.form.op());
     view.show();
     QElapsedTimer beat;
     qint64 longestStall = 0;

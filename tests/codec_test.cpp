@@ -1,4 +1,4 @@
-#include "traffic/codec.h"
+#include "codec/codec.h"
 
 #include "platform/runtime_failure.h"
 #include "support/printing.h"

@@ -1,5 +1,5 @@
 #include "mixed_platform.h"
-#include "platform/qt/panel_view.h"
+#include "view/panel_view.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -77,7 +77,7 @@ TEST(QtPlatform, ClosingTheWindowEndsALoopThatPumpsAndClosesBothSockets) {
     f.p.Server_Socket.setLocalPort(0);
     f.p.Server_Socket.listen();
 
-    qt::PanelView view(f.p, f.op);
+    view::PanelView view(f.p, f.op);
     view.show();
     int passes = 0;
     bool loopEnded = true;

@@ -1,6 +1,6 @@
 #include "app/frm_simulator.h"
-#include "platform/qt/panel_view.h"
 #include "platform/qt/qt_platform.h"
+#include "view/panel_view.h"
 
 #include <QApplication>
 #include <QStyleFactory>
@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
     sim::FrmSimulator form(platform.platform());
     form.load();
 
-    sim::qt::PanelView view(form.panel(), form.op());
+    sim::view::PanelView view(form.panel(), form.op());
     platform.dialogs.setParent(&view);
     view.show();
     return QApplication::exec();

@@ -1,9 +1,9 @@
 #include "link/client_link.h"
 #include "platform/scoped_flag.h"
 
+#include "codec/codec.h"
 #include "panel/texts.h"
 #include "platform/text_number.h"
-#include "traffic/codec.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #include "traffic/manual_send.h"
 
+#include "codec/codec.h"
 #include "panel/texts.h"
-#include "traffic/codec.h"
 
 namespace sim {
 

@@ -1,7 +1,5 @@
 #include "platform/qt/qt_services.h"
 
-#include "panel/texts.h"
-
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDesktopServices>
@@ -62,8 +60,8 @@ QString qtFilter(const QString& filter, int index, QString* selected) {
 
 void QtDialogs::messageBox(const QString& text, int style, const std::optional<QString>& title) {
     ModalScope scope(gate_);
-    QMessageBox box(iconFor(style), title.value_or(QLatin1String(texts::kAppTitle)), text, QMessageBox::Ok,
-                    parent_);
+    QMessageBox box(iconFor(style), title.value_or(QCoreApplication::applicationName()), text,
+                    QMessageBox::Ok, parent_);
     box.exec();
 }
 

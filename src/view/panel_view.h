@@ -10,7 +10,7 @@
 class QListView;
 class QTimer;
 
-namespace sim::qt {
+namespace sim::view {
 
 class RowsModel;
 
@@ -56,4 +56,4 @@ private:
     bool pushing_ = false;
 };
 
-} // namespace sim::qt
+} // namespace sim::view

@@ -1,4 +1,4 @@
-#include "traffic/codec.h"
+#include "codec/codec.h"
 
 #include "platform/code_page.h"
 #include "platform/int16.h"

@@ -1,4 +1,4 @@
-#include "platform/qt/panel_view.h"
+#include "view/panel_view.h"
 
 #include "panel/texts.h"
 #include "platform/code_page.h"
@@ -19,7 +19,7 @@
 
 #include <algorithm>
 
-namespace sim::qt {
+namespace sim::view {
 namespace {
 
 // The original frame around the client area, in twips.
@@ -559,4 +559,4 @@ void PanelView::closeEvent(QCloseEvent* event) {
     op_.closeWindow();
 }
 
-} // namespace sim::qt
+} // namespace sim::view
