@@ -27,6 +27,8 @@ public:
     virtual void pump() = 0;
     // The same, but waits no longer than maxWaitMs for an event to come.
     virtual void pumpFor(int maxWaitMs) = 0;
+    // Runs the event at a later pump, behind those already pending, as an event of its own.
+    virtual void post(std::function<void()> event) = 0;
     // Asks every loop that pumps to unwind and the event loop to end.
     virtual void requestQuit() = 0;
     virtual bool quitRequested() const = 0;

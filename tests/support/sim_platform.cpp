@@ -104,6 +104,8 @@ public:
     }
 
 private:
+    // As the Qt timer: a tick comes an interval after the last one. A tick that comes late (a dialog
+    // held it) comes once, and the next one an interval after it: late ticks are never caught up.
     void arm() {
         id_ = scheduler_.cancelable(scheduler_.now() + interval_, [this] {
             arm();

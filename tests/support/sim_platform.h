@@ -42,7 +42,6 @@ public:
     // Runs fn at the virtual time `at` (an operator's or the device's action, or a socket event).
     void at(Ms at, std::function<void()> fn);
     void after(Ms delay, std::function<void()> fn) { at(now_ + delay, std::move(fn)); }
-    void post(std::function<void()> fn) { at(now_, std::move(fn)); }
 
     // As the toolkit's loop would: runs everything due up to `until`, then sets the clock there.
     void runUntil(Ms until);
@@ -55,6 +54,7 @@ public:
     // EventPump
     void pump() override;
     void pumpFor(int maxWaitMs) override;
+    void post(std::function<void()> fn) override { at(now_, std::move(fn)); }
     void requestQuit() override { quit_ = true; }
     bool quitRequested() const override { return quit_; }
     // TimerFactory

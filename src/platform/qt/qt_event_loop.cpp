@@ -11,18 +11,6 @@ void EventGate::post(std::function<void()> event) {
     schedule();
 }
 
-void EventGate::tick(bool& pending, const std::function<void()>& event) {
-    if (!modal()) {
-        event();
-    } else if (!pending) {
-        pending = true;
-        queue_.push_back([&pending, event] {
-            pending = false;
-            event();
-        });
-    }
-}
-
 void EventGate::leaveModal() {
     if (--modalDepth_ == 0 && !queue_.empty()) {
         schedule();
@@ -72,7 +60,25 @@ void QtEventPump::requestQuit() {
 QtTimer::QtTimer(EventGate& gate, std::function<void()> onTick) : gate_(gate), onTick_(std::move(onTick)) {
     // The operator sets gaps in milliseconds; coarse timers would drift by up to 5%.
     timer_.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&timer_, &QTimer::timeout, [this] { gate_.tick(pending_, onTick_); });
+    QObject::connect(&timer_, &QTimer::timeout, [this] { timeout(); });
+}
+
+void QtTimer::timeout() {
+    if (!gate_.modal()) {
+        onTick_();
+        return;
+    }
+    if (pending_) {
+        return;
+    }
+    pending_ = true;
+    gate_.post([this] {
+        pending_ = false;
+        if (timer_.isActive()) {
+            timer_.start(); // late: the next tick is one interval from now
+        }
+        onTick_();
+    });
 }
 
 void QtTimer::start(int intervalMs) {

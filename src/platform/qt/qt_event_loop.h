@@ -17,8 +17,6 @@ class EventGate : public QObject {
     Q_OBJECT
 public:
     void post(std::function<void()> event);
-    // A timer tick: runs now, or once after the dialogs have closed however often it came meanwhile.
-    void tick(bool& pending, const std::function<void()>& event);
 
     bool modal() const { return modalDepth_ > 0; }
     void enterModal() { ++modalDepth_; }
@@ -40,6 +38,7 @@ public:
     explicit QtEventPump(EventGate& gate) : gate_(gate) {}
     void pump() override;
     void pumpFor(int maxWaitMs) override;
+    void post(std::function<void()> event) override { gate_.post(std::move(event)); }
     void requestQuit() override;
     bool quitRequested() const override { return quit_; }
 
@@ -48,6 +47,10 @@ private:
     bool quit_ = false;
 };
 
+// Ticks at whole multiples of the interval from its start, as a precise timer. A tick that comes
+// while a dialog is open waits for it to close and is delivered once, however often it came; the
+// timer then counts the next interval from that moment. A tick the event loop could not take in time
+// is Qt's own business: it comes once, and the next one an interval later, never in a burst.
 class QtTimer : public PlatformTimer {
 public:
     QtTimer(EventGate& gate, std::function<void()> onTick);
@@ -55,6 +58,7 @@ public:
     void stop() override;
 
 private:
+    void timeout();
     EventGate& gate_;
     std::function<void()> onTick_;
     QTimer timer_;
