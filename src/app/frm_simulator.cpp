@@ -11,7 +11,8 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs), level_(panel_, log_),
       options_(panel_), link_(panel_, log_, platform.pump, platform.dialogs),
       server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),
-      manualSend_(panel_, log_, link_, platform.dialogs) {
+      manualSend_(panel_, log_, link_, platform.dialogs), repeat_(panel_, log_, link_),
+      program_(panel_, log_, link_) {
     wire();
     wireSockets();
 }
@@ -59,23 +60,30 @@ void FrmSimulator::wire() {
     p.opt_Client.Click = [this] { role_.opt_Client_Click(); };
     p.opt_Server.Click = [this] { role_.opt_Server_Click(); };
 
-    // Link and manual send. A start pressed while the simulator listens would only begin a second
+    // Link and the senders. A start pressed while the simulator listens would only begin a second
     // listening loop inside the first: it is ignored, and the running loop goes on.
     link_.listeningBranch = [this] { return server_.listen(); };
-    p.Cmd_Start.Click = [this] {
+    p.Cmd_Start.Click = dialOut(p.Cmd_Start, [this] {
         if (!server_.listening()) {
             link_.Cmd_Start_Click();
         }
-    };
+    });
     p.cmd_End.Click = [this] { link_.cmd_End_Click(); };
     p.TmrConnect.Tick = [this] { link_.TmrConnect_Timer(); };
     p.client_status.Tick = [this] { link_.client_status_Timer(); };
-    p.Cmd_Send.Click = [this] { manualSend_.Cmd_Send_Click(); };
-    p.cmd_CSend.Click = [this] {
+    p.Cmd_Send.Click = dialOut(p.Cmd_Send, [this] { manualSend_.Cmd_Send_Click(); });
+    p.cmd_CSend.Click = dialOut(p.cmd_CSend, [this] {
         if (!server_.listening()) {
             manualSend_.cmd_CSend_Click();
         }
-    };
+    });
+    p.Timer1.Tick = [this] { repeat_.Timer1_Timer(); };
+    p.cmdSendStart.Click = dialOut(p.cmdSendStart, [this] { program_.cmdSendStart_Click(); });
+    p.Timer2.Tick = [this] { program_.Timer2_Timer(); };
+}
+
+std::function<void()> FrmSimulator::dialOut(Button& button, std::function<void()> handler) {
+    return [this, &button, handler = std::move(handler)] { link_.waits().dialOut(button, handler); };
 }
 
 void FrmSimulator::wireSockets() {

@@ -13,6 +13,8 @@
 #include "panel/saved_settings.h"
 #include "platform/seam.h"
 #include "traffic/manual_send.h"
+#include "traffic/program_mode.h"
+#include "traffic/repeat_sender.h"
 
 namespace sim {
 
@@ -34,6 +36,8 @@ public:
 private:
     void wire();
     void wireSockets();
+    // The Click of a button that starts a dial-out: held back while a connect or listen wait runs.
+    std::function<void()> dialOut(Button& button, std::function<void()> handler);
     Platform platform_;
     Panel panel_;
     Operator operator_;
@@ -47,6 +51,8 @@ private:
     ServerLink server_;
     Role role_;
     ManualSend manualSend_;
+    RepeatSender repeat_;
+    ProgramMode program_;
 };
 
 } // namespace sim

@@ -8,7 +8,6 @@ namespace sim {
 namespace {
 
 constexpr int kSubscriptOutOfRange = 9;
-constexpr int kTypeMismatch = 13;
 
 // Counts and positions of the conversion are 16-bit.
 int checkedLength(const QString& text) {
@@ -36,7 +35,7 @@ int hexDigit(QChar c) {
     if (u >= u'a' && u <= u'f') {
         return u - u'a' + 10;
     }
-    throw RuntimeFailure(kTypeMismatch, QStringLiteral("Type mismatch"));
+    throw RuntimeFailure(failure::kTypeMismatch, QStringLiteral("Type mismatch"));
 }
 
 } // namespace

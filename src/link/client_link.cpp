@@ -1,5 +1,4 @@
 #include "link/client_link.h"
-#include "platform/scoped_flag.h"
 
 #include "codec/codec.h"
 #include "panel/texts.h"
@@ -49,16 +48,7 @@ std::optional<int> Link::ConnectStart() {
     if (!p.opt_Server.value()) {
         return listeningBranch ? listeningBranch() : std::nullopt;
     }
-    bool anyAddress = false;
-    for (int i = 0; i < 4; ++i) {
-        anyAddress = anyAddress || !p.txt_Destination_IP(i).text().isEmpty();
-    }
-    if (!anyAddress) {
-        message(texts::kInputDestinationIP, msg_style::kCritical, texts::kErrorTitle);
-        return 0;
-    }
-    if (p.txt_Destination_Port.text().isEmpty()) {
-        message(texts::kInputDestinationPort, msg_style::kCritical, texts::kErrorTitle);
+    if (destinationMissing()) {
         return 0;
     }
     if ((p.opt_Send_Only.value() || p.opt_Send_input.value()) && !SendParam_chk()) {
@@ -88,11 +78,29 @@ std::optional<int> Link::ConnectStart() {
     return 1;
 }
 
+bool Link::destinationMissing() {
+    Panel& p = panel_;
+    bool anyAddress = false;
+    for (int i = 0; i < 4; ++i) {
+        anyAddress = anyAddress || !p.txt_Destination_IP(i).text().isEmpty();
+    }
+    if (!anyAddress) {
+        message(texts::kInputDestinationIP, msg_style::kCritical, texts::kErrorTitle);
+        return true;
+    }
+    if (p.txt_Destination_Port.text().isEmpty()) {
+        message(texts::kInputDestinationPort, msg_style::kCritical, texts::kErrorTitle);
+        return true;
+    }
+    return false;
+}
+
 void Link::armRepeat() {
     Panel& p = panel_;
     p.iRepeatNo = 0;
     // Seconds in single precision, to whole milliseconds with a half going to the even neighbour. A
-    // gap that is no number, negative or beyond the timer's reach arms nothing, and says so.
+    // gap that is no number, negative or beyond the timer's reach arms nothing, and says so; so does
+    // a count that is no number: a run never starts silently wrong.
     const auto seconds = parseNumber(p.com_Timegap.text());
     const float ms = seconds ? static_cast<float>(*seconds) * 1000.0F : -1.0F;
     const float rounded = std::nearbyint(ms);
@@ -100,15 +108,33 @@ void Link::armRepeat() {
         message(texts::kInputTimegap, msg_style::kExclamation, texts::kTimegapTitle);
         return;
     }
+    try {
+        repeatLimit(p.com_Count.text());
+    } catch (const RuntimeFailure&) {
+        message(texts::kInputCount, msg_style::kExclamation, texts::kCountTitle);
+        return;
+    }
     p.Timer1.setInterval(static_cast<int>(rounded));
     p.Timer1.setEnabled(true);
 }
 
+std::optional<long> repeatLimit(const QString& countText) {
+    if (countText.isEmpty() || countText == QLatin1String(texts::kEndless)) {
+        return std::nullopt;
+    }
+    const auto limit = toLong(countText);
+    if (!limit) {
+        throw RuntimeFailure(failure::kTypeMismatch, QStringLiteral("Type mismatch"));
+    }
+    return limit;
+}
+
 int Link::ClientConnect() {
     Panel& p = panel_;
-    // The wait counter is shared: a connect asked for during a wait starts when that wait has ended.
-    while (waiting_) {
-        pump_.pump();
+    if (waits_.running()) {
+        // Dial-outs are held back while a wait runs (ConnectWaits); should one slip through, it fails
+        // at once rather than wait inside a wait that can only end after it.
+        return 99;
     }
     try {
         p.Client_Socket.setProtocol(0);
@@ -126,7 +152,7 @@ int Link::ClientConnect() {
     } catch (const RuntimeFailure&) {
         return 99;
     }
-    const ScopedFlag waiting(waiting_);
+    const ConnectWaits::Scope wait(waits_);
     p.iConnectTick = 0;
     p.TmrConnect.setInterval(1000);
     p.TmrConnect.setEnabled(true);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "link/connect_waits.h"
 #include "logging/log_book.h"
 #include "panel/panel.h"
 
@@ -12,7 +13,9 @@ namespace sim {
 class Link {
 public:
     Link(Panel& panel, LogBook& log, EventPump& pump, Dialogs& dialogs)
-        : panel_(panel), log_(log), pump_(pump), dialogs_(dialogs) {}
+        : panel_(panel), log_(log), pump_(pump), dialogs_(dialogs), waits_(panel, pump) {}
+
+    ConnectWaits& waits() { return waits_; }
 
     // The listening branch of ConnectStart, taken when the device is the client: it runs until the
     // operator ends listening and gives no value. Without it, listening ends at once.
@@ -28,6 +31,9 @@ public:
     // 1: connected within one tick of TmrConnect; 0: the wait ran out; 99: the connect could not start.
     int ClientConnect();
     bool SendParam_chk();
+    // The checks of the destination that open a dial-out: with all four address boxes or the port box
+    // empty, its message, and true.
+    bool destinationMissing();
     void PanelReset();
     void TmrConnect_Timer();
     void client_status_Timer();
@@ -44,7 +50,12 @@ private:
     LogBook& log_;
     EventPump& pump_;
     Dialogs& dialogs_;
-    bool waiting_ = false;
+    ConnectWaits waits_;
 };
+
+// The limit of a counted repeat run, or nothing for a run without end (an empty box or "Endless"). The
+// count is a whole number, a half going to the even neighbour; any other text raises the type-mismatch
+// failure.
+std::optional<long> repeatLimit(const QString& countText);
 
 } // namespace sim

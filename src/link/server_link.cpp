@@ -69,6 +69,7 @@ int ServerLink::ServerListen() {
     } catch (const RuntimeFailure&) {
         return 0;
     }
+    const ConnectWaits::Scope wait(link_.waits());
     p.iConnectTick = 0;
     p.TmrConnect.setInterval(1000);
     p.TmrConnect.setEnabled(true);

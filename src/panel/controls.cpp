@@ -2,6 +2,7 @@
 #include "platform/scoped_flag.h"
 
 #include "panel/panel.h"
+#include "panel/texts.h"
 #include "platform/runtime_failure.h"
 
 #include <algorithm>
@@ -37,7 +38,7 @@ QStringList designEntries(Entries entries) {
         }
         break;
     case Entries::Count:
-        list << QStringLiteral("Endless");
+        list << QLatin1String(texts::kEndless);
         for (int i = 1; i <= 50; ++i) {
             list << QString::number(i);
         }

@@ -16,6 +16,10 @@ inline constexpr char kDefaultAddress[] = "100.100.100.1";
 inline constexpr char kDefaultPort[] = "4000";
 
 inline constexpr char kConnectCaption[] = "Connect";
+inline constexpr char kEndless[] = "Endless";
+inline constexpr char kStartCaption[] = "Start";
+inline constexpr char kEndCaption[] = "End";
+inline constexpr char kGapWhenEmpty[] = "1000";
 inline constexpr char kErrorTitle[] = "Error";
 
 // Tails of the status lines.

@@ -35,6 +35,7 @@ public:
 namespace failure {
 inline constexpr int kOverflow = 6;
 inline constexpr int kInvalidProcedureCall = 5;
+inline constexpr int kTypeMismatch = 13;
 } // namespace failure
 
 } // namespace sim

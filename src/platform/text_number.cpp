@@ -30,4 +30,28 @@ std::optional<long> toLong(const QString& text) {
     return static_cast<long>(rounded);
 }
 
+Int16 toInt16(const QString& text) {
+    const auto value = parseNumber(text);
+    if (!value) {
+        throw RuntimeFailure(failure::kTypeMismatch, QStringLiteral("Type mismatch"));
+    }
+    const double rounded = std::nearbyint(*value);
+    if (rounded < Int16::kMin || rounded > Int16::kMax) {
+        throw RuntimeFailure(failure::kOverflow, QStringLiteral("Overflow"));
+    }
+    return Int16(static_cast<long long>(rounded));
+}
+
+QString trimBlanks(const QString& text) {
+    qsizetype from = 0;
+    qsizetype to = text.size();
+    while (from < to && text.at(from) == QLatin1Char(' ')) {
+        ++from;
+    }
+    while (to > from && text.at(to - 1) == QLatin1Char(' ')) {
+        --to;
+    }
+    return text.mid(from, to - from);
+}
+
 } // namespace sim

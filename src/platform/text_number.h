@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/int16.h"
+
 #include <QString>
 
 #include <optional>
@@ -12,5 +14,12 @@ std::optional<double> parseNumber(const QString& text);
 // A whole number as a 32-bit conversion makes it: rounded half to even, or nothing when the text is no
 // number or out of range.
 std::optional<long> toLong(const QString& text);
+
+// The same as a 16-bit number: the type-mismatch failure for a text that is no number, the overflow
+// failure for one out of range.
+Int16 toInt16(const QString& text);
+
+// The text without its leading and trailing blanks; other white space stays.
+QString trimBlanks(const QString& text);
 
 } // namespace sim
