@@ -60,11 +60,13 @@ public:
         return 4100;
     }
     int deadPort() { return 4101; }
+    // The next link the device accepts.
     std::shared_ptr<Peer> acceptedPeer() {
-        if (!waitFor([this] { return sim_.network.lastLink() != nullptr; })) {
+        if (!waitFor([this] { return sim_.network.lastLink() != accepted_; })) {
             return nullptr;
         }
-        return std::make_shared<SimPeer>(sim_.network.lastLink());
+        accepted_ = sim_.network.lastLink();
+        return std::make_shared<SimPeer>(accepted_);
     }
     std::shared_ptr<Peer> dial(int port) {
         auto link = sim_.network.deviceConnects(port);
@@ -74,6 +76,7 @@ public:
 
 private:
     SimPlatform sim_;
+    std::shared_ptr<DeviceLink> accepted_;
 };
 
 // ---- real, over 127.0.0.1 ----
@@ -302,6 +305,29 @@ TYPED_TEST(SocketContract, AResetIsError10054) {
     ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
     EXPECT_EQ(this->errors, std::vector<int>{socket_error::kConnectionReset});
     EXPECT_NE(this->socket->state(), socket_state::kConnected);
+}
+
+TYPED_TEST(SocketContract, AConnectAfterThePeerClosedDialsAfreshButNotOnALiveLink) {
+    auto first = this->connected();
+    ASSERT_NE(first, nullptr);
+    try {
+        this->socket->connect();
+        ADD_FAILURE() << "dialled again on a live link";
+    } catch (const RuntimeFailure& failure) {
+        EXPECT_EQ(failure.number(), socket_error::kWrongProtocolOrState);
+    }
+    first->close();
+    ASSERT_TRUE(this->h.waitFor([&] { return this->closes == 1; }));
+    EXPECT_EQ(this->socket->state(), socket_state::kClosing);
+    this->socket->connect();
+    auto second = this->h.acceptedPeer();
+    ASSERT_NE(second, nullptr);
+    ASSERT_TRUE(this->h.waitFor([&] { return this->socket->state() == socket_state::kConnected; }));
+    this->socket->sendData(bytesOf("again"));
+    ASSERT_TRUE(this->h.waitFor([&] { return second->received().size() == 5; }));
+    EXPECT_EQ(second->received(), bytesOf("again"));
+    EXPECT_TRUE(first->received().empty());
+    EXPECT_EQ(this->closes, 1);
 }
 
 TYPED_TEST(SocketContract, SendingWithoutALinkFailsAndCloseIsHarmless) {

@@ -107,7 +107,9 @@ public:
     virtual void setLocalPort(std::int32_t port) = 0;
     virtual std::int32_t localPort() const = 0; // the port actually bound, once listening
 
-    virtual void connect() = 0; // returns at once; State reaches 7 later or an Error event follows
+    // Returns at once; State reaches 7 later or an Error event follows. A link that has ended (the peer
+    // closed it, or it failed) is dropped first, so a Connect after a device hung up dials afresh.
+    virtual void connect() = 0;
     virtual void listen() = 0;
     virtual void accept(std::int32_t requestId) = 0;
     virtual void sendData(const Bytes& data) = 0;

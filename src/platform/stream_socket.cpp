@@ -45,6 +45,12 @@ void StreamSocket::reset() {
     closeQueued_ = false;
 }
 
+void StreamSocket::dropEndedLink() {
+    if (state_ == socket_state::kClosing || state_ == socket_state::kError) {
+        close();
+    }
+}
+
 void StreamSocket::getData(Bytes& data) {
     const qsizetype n = std::min<qsizetype>(inbox_.size(), kMaxArrival);
     data.assign(inbox_.constData(), inbox_.constData() + n);

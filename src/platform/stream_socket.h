@@ -10,7 +10,8 @@ namespace sim {
 
 // What every stream socket shares, whatever carries its bytes: the state, the arrivals of at most
 // kMaxArrival bytes each with the rest in further events, a peer's close reported only once every byte
-// before it was handed over, and events of an old link dropped after a Close.
+// before it was handed over, events of an old link dropped after a Close, and a Connect that dials
+// afresh after a link has ended.
 class StreamSocket : public Socket {
 public:
     explicit StreamSocket(QString name) : name_(std::move(name)) {}
@@ -36,6 +37,8 @@ protected:
     // Forgets the link: its bytes and its pending events.
     void reset();
     const QByteArray& inbox() const { return inbox_; }
+    // Before a Connect: a link the peer closed, or one that failed, is closed so a new one can start.
+    void dropEndedLink();
 
 private:
     void queueArrival();

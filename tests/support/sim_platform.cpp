@@ -212,6 +212,7 @@ void SimSocket::setProtocol(int protocol) {
 }
 
 void SimSocket::connect() {
+    dropEndedLink();
     if (state() != socket_state::kClosed) {
         fail(socket_error::kWrongProtocolOrState);
     }

@@ -150,6 +150,7 @@ void QtSocket::failWith(int number) {
 }
 
 void QtSocket::connect() {
+    dropEndedLink();
     if (state() != socket_state::kClosed) {
         fail(se::kWrongProtocolOrState);
     }
@@ -341,7 +342,8 @@ void QtSocket::dropNotifiers() {
 
 void QtSocket::close() {
     dropNotifiers();
-    if (fd_ >= 0 && !outbox_.isEmpty() && state() == socket_state::kConnected) {
+    const bool linked = state() == socket_state::kConnected || state() == socket_state::kClosing;
+    if (fd_ >= 0 && !outbox_.isEmpty() && linked) {
         new Linger(fd_, outbox_);
     } else if (fd_ >= 0) {
         ::close(fd_);
