@@ -70,6 +70,7 @@ inline constexpr int kAddressNotAvailable = 10049;
 inline constexpr int kNetworkUnreachable = 10051;
 inline constexpr int kConnectionAborted = 10053;
 inline constexpr int kConnectionReset = 10054;
+inline constexpr int kNoBufferSpace = 10055;
 inline constexpr int kNotConnected = 10057;
 inline constexpr int kTimedOut = 10060;
 inline constexpr int kConnectionRefused = 10061;
@@ -112,6 +113,7 @@ public:
     virtual void connect() = 0;
     virtual void listen() = 0;
     virtual void accept(std::int32_t requestId) = 0;
+    // Fails, sending nothing, when the bytes would pass what the socket may hold unsent.
     virtual void sendData(const Bytes& data) = 0;
     virtual void getData(Bytes& data) = 0; // takes the bytes of the current arrival
     virtual void close() = 0;

@@ -1,6 +1,7 @@
 #include "platform/stream_socket.h"
 
 #include "platform/runtime_failure.h"
+#include "platform/scoped_flag.h"
 
 namespace sim {
 
@@ -41,8 +42,26 @@ void StreamSocket::reset() {
     ++generation_;
     inbox_.clear();
     arrivalQueued_ = false;
+    arrivalsHeld_ = false;
     peerClosed_ = false;
     closeQueued_ = false;
+}
+
+void StreamSocket::sendData(const Bytes& data) {
+    if (state_ != socket_state::kConnected) {
+        fail(socket_error::kWrongProtocolOrState);
+    }
+    if (!answering_ && unsent() + static_cast<qsizetype>(data.size()) > kOutboxLimit) {
+        fail(socket_error::kNoBufferSpace);
+    }
+    transmit(data);
+}
+
+void StreamSocket::outboxDrained() {
+    if (arrivalsHeld_ && !outboxFull()) {
+        arrivalsHeld_ = false;
+        queueArrival();
+    }
 }
 
 void StreamSocket::dropEndedLink() {
@@ -70,8 +89,13 @@ void StreamSocket::queueArrival() {
 void StreamSocket::deliverArrival() {
     arrivalQueued_ = false;
     const qsizetype before = inbox_.size();
+    if (before > 0 && outboxFull()) {
+        arrivalsHeld_ = true; // until outboxDrained
+        return;
+    }
     const unsigned generation = generation_;
     if (before > 0 && events.dataArrival) {
+        const ScopedFlag answering(answering_);
         events.dataArrival(static_cast<std::int32_t>(std::min<qsizetype>(before, kMaxArrival)));
     }
     if (generation != generation_) {
