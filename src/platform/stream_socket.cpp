@@ -72,7 +72,9 @@ void StreamSocket::dropEndedLink() {
 
 void StreamSocket::getData(Bytes& data) {
     const qsizetype n = std::min<qsizetype>(inbox_.size(), kMaxArrival);
-    data.assign(inbox_.constData(), inbox_.constData() + n);
+    // As bytes of the same type, so the copy is one block move rather than a loop over each byte.
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(inbox_.constData());
+    data.assign(bytes, bytes + n);
     inbox_.remove(0, n);
     if (n > 0) {
         inboxDrained();
