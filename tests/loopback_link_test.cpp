@@ -27,14 +27,15 @@ QStringList rowsOf(const Panel& p) {
     return QStringList(p.List1.rows().begin(), p.List1.rows().end());
 }
 
-// A peer's end that pours a pattern without reading what comes back, until the pour has stalled for
-// a while (the other side has stopped reading), and then reads everything.
+// A peer's end that pours a pattern without reading what comes back, until the pour has stalled (the
+// other side has stopped reading), and then reads everything. A stall is two quiet spells in a row with
+// nothing the system would take in between, so a moment the test process was not scheduled is none.
 class Pourer : public QObject {
 public:
     explicit Pourer(QTcpSocket& socket) : socket_(socket), all_(pattern(kPour)) {
         socket_.setReadBufferSize(4096); // Qt takes no more than this from the system while not reading
         stall_.setSingleShot(true);
-        stall_.setInterval(500);
+        stall_.setInterval(300);
         connect(&socket_, &QTcpSocket::bytesWritten, this, [this] { pour(); });
         connect(&socket_, &QTcpSocket::readyRead, this, [this] {
             if (stalled()) {
@@ -42,6 +43,11 @@ public:
             }
         });
         connect(&stall_, &QTimer::timeout, this, [this] {
+            if (!quiet_ || socket_.flush()) {
+                quiet_ = true;
+                stall_.start();
+                return;
+            }
             handedAtStall = poured_ - socket_.bytesToWrite();
             if (onStall) {
                 onStall();
@@ -57,6 +63,7 @@ public:
             poured_ += n;
         }
         if (!stalled()) {
+            quiet_ = false;
             stall_.start();
         }
     }
@@ -73,6 +80,7 @@ private:
     QByteArray all_;
     qsizetype poured_ = 0;
     QTimer stall_;
+    bool quiet_ = false;
 };
 
 TEST(LoopbackBackpressure, AClientThatPoursWithoutReadingIsSlowedAndGetsEveryByteBackInOrder) {
