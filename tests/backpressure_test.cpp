@@ -123,6 +123,24 @@ TEST(Backpressure, AnEchoToADeviceThatReadsNothingWaitsWithinTheBoundAndIsNeverL
     EXPECT_EQ(recordedBytes(recs, QStringLiteral("Recv")), static_cast<qsizetype>(burst.size()));
 }
 
+TEST(Backpressure, AStuckDeviceThatHangsUpHasAllItSentRecordedThenIsListenedForAgain) {
+    StuckClient f;
+    const Bytes burst = pattern(6 << 20, 1);
+    f.sim.scheduler.at(200, [&] {
+        f.client->stopReading();
+        f.client->send(burst);
+    });
+    f.sim.scheduler.at(1000, [&] { f.client->close(); });
+    f.sim.scheduler.at(2000, [&] { f.op.click(f.p.cmd_End); });
+    f.op.click(f.p.Cmd_Start);
+    EXPECT_EQ(recordedBytes(f.records.seen, QStringLiteral("Recv")), static_cast<qsizetype>(burst.size()));
+    const QStringList rows = f.rows();
+    const auto gone = rows.indexOf(QStringLiteral("[10:00:01.001] : Client Disconnected"));
+    ASSERT_GE(gone, 0) << rows.mid(rows.size() - 3).join(QLatin1Char('\n')).toStdString();
+    EXPECT_EQ(rows.mid(gone + 1), (QStringList{QStringLiteral("[10:00:01.001] : Listen.."),
+                                               QStringLiteral("[10:00:02.000] : Server Closed")}));
+}
+
 TEST(Backpressure, AManualSendPastTheBoundIsRecordedAsFailedAndTheNextOneGoesOutOnceTheDeviceReads) {
     DeviceAsServer f;
     Records records(f.p);

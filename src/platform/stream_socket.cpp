@@ -24,6 +24,7 @@ void StreamSocket::received(const char* data, qsizetype size) {
 
 void StreamSocket::peerClosed() {
     peerClosed_ = true;
+    outboxDrained(); // the carrier may have dropped what waited for a peer that is gone
     if (inbox_.isEmpty() && !arrivalQueued_) {
         queueClose();
     }
