@@ -256,6 +256,33 @@ TEST(ManualSend, WithNoLinkItDialsOnceAndSendsIfThatWorked) {
     EXPECT_EQ(f.rows().first(), QStringLiteral("[10:00:00.000] : Connection Success"));
 }
 
+TEST(ManualSend, AfterTheDeviceHungUpSendDialsAgainAndSends) {
+    DeviceAsServer f;
+    f.op.click(f.p.opt_Receive_Only);
+    f.p.txt_Data_Input.setText(QStringLiteral("again"));
+    f.op.click(f.p.Cmd_Start);
+    const auto first = f.device();
+    f.sim.scheduler.runUntil(1500);
+    first->close();
+    f.sim.scheduler.runUntil(2500);
+    ASSERT_EQ(f.rows().last(), QStringLiteral("[10:00:02.001] : Connection Fail"));
+    f.clickAt(3000, f.p.Cmd_Send);
+    f.sim.scheduler.runFor(10);
+    EXPECT_EQ(f.sim.network.dialled().size(), 2U);
+    ASSERT_NE(f.device(), first);
+    EXPECT_EQ(f.device()->received(), bytesOf("again"));
+    EXPECT_TRUE(first->received().empty());
+    EXPECT_EQ(f.rows(),
+              (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
+                           QStringLiteral("[10:00:02.001] : Connection Fail"),
+                           QStringLiteral("[10:00:03.000] : Connection Success"),
+                           QStringLiteral("[10:00:03.001] : Send [5 byte] :  again"), QStringLiteral(" ")}));
+    // Only Connect clears the watcher's flag, so a second loss goes unreported.
+    f.device()->close();
+    f.sim.scheduler.runFor(3000);
+    EXPECT_EQ(f.rows().size(), 5);
+}
+
 TEST(ManualSend, ConnectSendReceiveCloseIsOneExchange) {
     DeviceAsServer f;
     f.sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {

@@ -23,8 +23,19 @@ public:
     virtual void send(const Bytes& bytes) = 0;
     virtual void close() = 0;
     virtual void reset() = 0;
-    virtual Bytes received() = 0;
+    virtual const Bytes& received() = 0;
+    // A peer whose receive path is stuck, and its recovery.
+    virtual void stopReading() = 0;
+    virtual void startReading() = 0;
 };
+
+Bytes pattern(std::size_t size, unsigned seed) {
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<std::uint8_t>((i * 7 + i / 256 + seed) % 251);
+    }
+    return bytes;
+}
 
 // ---- simulated ----
 
@@ -34,7 +45,9 @@ public:
     void send(const Bytes& bytes) override { link_->send(bytes); }
     void close() override { link_->close(); }
     void reset() override { link_->reset(); }
-    Bytes received() override { return link_->received(); }
+    const Bytes& received() override { return link_->received(); }
+    void stopReading() override { link_->stopReading(); }
+    void startReading() override { link_->startReading(); }
 
 private:
     std::shared_ptr<DeviceLink> link_;
@@ -60,11 +73,13 @@ public:
         return 4100;
     }
     int deadPort() { return 4101; }
+    // The next link the device accepts.
     std::shared_ptr<Peer> acceptedPeer() {
-        if (!waitFor([this] { return sim_.network.lastLink() != nullptr; })) {
+        if (!waitFor([this] { return sim_.network.lastLink() != accepted_; })) {
             return nullptr;
         }
-        return std::make_shared<SimPeer>(sim_.network.lastLink());
+        accepted_ = sim_.network.lastLink();
+        return std::make_shared<SimPeer>(accepted_);
     }
     std::shared_ptr<Peer> dial(int port) {
         auto link = sim_.network.deviceConnects(port);
@@ -74,6 +89,7 @@ public:
 
 private:
     SimPlatform sim_;
+    std::shared_ptr<DeviceLink> accepted_;
 };
 
 // ---- real, over 127.0.0.1 ----
@@ -82,8 +98,9 @@ class QtPeer : public Peer {
 public:
     explicit QtPeer(QTcpSocket* socket) : socket_(socket) {
         QObject::connect(socket_, &QTcpSocket::readyRead, [this] {
-            const QByteArray b = socket_->readAll();
-            received_.insert(received_.end(), b.begin(), b.end());
+            if (reading_) {
+                take();
+            }
         });
     }
     void send(const Bytes& bytes) override {
@@ -96,11 +113,26 @@ public:
                      sizeof hard);
         socket_->abort();
     }
-    Bytes received() override { return received_; }
+    const Bytes& received() override { return received_; }
+    // Qt stops taking bytes from the system once its small buffer is full.
+    void stopReading() override {
+        reading_ = false;
+        socket_->setReadBufferSize(4096);
+    }
+    void startReading() override {
+        reading_ = true;
+        socket_->setReadBufferSize(0);
+        take();
+    }
 
 private:
+    void take() {
+        const QByteArray b = socket_->readAll();
+        received_.insert(received_.end(), b.begin(), b.end());
+    }
     QTcpSocket* socket_;
     Bytes received_;
+    bool reading_ = true;
 };
 
 class QtHarness {
@@ -302,6 +334,60 @@ TYPED_TEST(SocketContract, AResetIsError10054) {
     ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
     EXPECT_EQ(this->errors, std::vector<int>{socket_error::kConnectionReset});
     EXPECT_NE(this->socket->state(), socket_state::kConnected);
+}
+
+TYPED_TEST(SocketContract, AConnectAfterThePeerClosedDialsAfreshButNotOnALiveLink) {
+    auto first = this->connected();
+    ASSERT_NE(first, nullptr);
+    try {
+        this->socket->connect();
+        ADD_FAILURE() << "dialled again on a live link";
+    } catch (const RuntimeFailure& failure) {
+        EXPECT_EQ(failure.number(), socket_error::kWrongProtocolOrState);
+    }
+    first->close();
+    ASSERT_TRUE(this->h.waitFor([&] { return this->closes == 1; }));
+    EXPECT_EQ(this->socket->state(), socket_state::kClosing);
+    this->socket->connect();
+    auto second = this->h.acceptedPeer();
+    ASSERT_NE(second, nullptr);
+    ASSERT_TRUE(this->h.waitFor([&] { return this->socket->state() == socket_state::kConnected; }));
+    this->socket->sendData(bytesOf("again"));
+    ASSERT_TRUE(this->h.waitFor([&] { return second->received().size() == 5; }));
+    EXPECT_EQ(second->received(), bytesOf("again"));
+    EXPECT_TRUE(first->received().empty());
+    EXPECT_EQ(this->closes, 1);
+}
+
+// What a repeat tick relies on: past 4 MiB unsent a send fails with a socket error and sends nothing,
+// and sends go out again once the peer reads.
+TYPED_TEST(SocketContract, ASendPastFourMebibytesUnsentFailsWith10055AndSendsNothing) {
+    auto peer = this->connected();
+    ASSERT_NE(peer, nullptr);
+    peer->stopReading();
+    // The system's buffers take their share first, then the socket holds what waits.
+    Bytes accepted;
+    int failed = 0;
+    for (unsigned i = 0; i < 1024 && failed == 0; ++i) { // 64 MiB at most
+        const Bytes chunk = pattern(65536, i);
+        try {
+            this->socket->sendData(chunk);
+            accepted.insert(accepted.end(), chunk.begin(), chunk.end());
+        } catch (const RuntimeFailure& failure) {
+            failed = failure.number();
+            EXPECT_EQ(failure.description(), QStringLiteral("No buffer space is available"));
+        }
+    }
+    EXPECT_EQ(failed, socket_error::kNoBufferSpace);
+    EXPECT_GE(accepted.size(), std::size_t{4} << 20);
+    EXPECT_EQ(this->socket->state(), socket_state::kConnected);
+    peer->startReading();
+    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() >= accepted.size(); }));
+    this->socket->sendData(bytesOf("tail"));
+    accepted.insert(accepted.end(), {'t', 'a', 'i', 'l'});
+    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() >= accepted.size(); }));
+    EXPECT_TRUE(peer->received() == accepted) << "in order, and nothing of the refused send";
+    EXPECT_TRUE(this->errors.empty());
 }
 
 TYPED_TEST(SocketContract, SendingWithoutALinkFailsAndCloseIsHarmless) {

@@ -72,6 +72,7 @@ inline constexpr int kAddressNotAvailable = 10049;
 inline constexpr int kNetworkUnreachable = 10051;
 inline constexpr int kConnectionAborted = 10053;
 inline constexpr int kConnectionReset = 10054;
+inline constexpr int kNoBufferSpace = 10055;
 inline constexpr int kNotConnected = 10057;
 inline constexpr int kTimedOut = 10060;
 inline constexpr int kConnectionRefused = 10061;
@@ -109,9 +110,12 @@ public:
     virtual void setLocalPort(std::int32_t port) = 0;
     virtual std::int32_t localPort() const = 0; // the port actually bound, once listening
 
-    virtual void connect() = 0; // returns at once; State reaches 7 later or an Error event follows
+    // Returns at once; State reaches 7 later or an Error event follows. A link that has ended (the peer
+    // closed it, or it failed) is dropped first, so a Connect after a device hung up dials afresh.
+    virtual void connect() = 0;
     virtual void listen() = 0;
     virtual void accept(std::int32_t requestId) = 0;
+    // Fails, sending nothing, when the bytes would pass what the socket may hold unsent.
     virtual void sendData(const Bytes& data) = 0;
     virtual void getData(Bytes& data) = 0; // takes the bytes of the current arrival
     virtual void close() = 0;

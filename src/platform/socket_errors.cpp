@@ -18,6 +18,8 @@ QString description(int number) {
         return QStringLiteral("Connection is aborted due to timeout or other failure");
     case kConnectionReset:
         return QStringLiteral("The connection is reset by remote side");
+    case kNoBufferSpace:
+        return QStringLiteral("No buffer space is available");
     case kNotConnected:
         return QStringLiteral("Socket is not connected");
     case kTimedOut:

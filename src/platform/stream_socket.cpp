@@ -1,6 +1,7 @@
 #include "platform/stream_socket.h"
 
 #include "platform/runtime_failure.h"
+#include "platform/scoped_flag.h"
 
 namespace sim {
 
@@ -23,6 +24,7 @@ void StreamSocket::received(const char* data, qsizetype size) {
 
 void StreamSocket::peerClosed() {
     peerClosed_ = true;
+    outboxDrained(); // the carrier may have dropped what waited for a peer that is gone
     if (inbox_.isEmpty() && !arrivalQueued_) {
         queueClose();
     }
@@ -41,13 +43,39 @@ void StreamSocket::reset() {
     ++generation_;
     inbox_.clear();
     arrivalQueued_ = false;
+    arrivalsHeld_ = false;
     peerClosed_ = false;
     closeQueued_ = false;
 }
 
+void StreamSocket::sendData(const Bytes& data) {
+    if (state_ != socket_state::kConnected) {
+        fail(socket_error::kWrongProtocolOrState);
+    }
+    if (!answering_ && unsent() + static_cast<qsizetype>(data.size()) > kOutboxLimit) {
+        fail(socket_error::kNoBufferSpace);
+    }
+    transmit(data);
+}
+
+void StreamSocket::outboxDrained() {
+    if (arrivalsHeld_ && !outboxFull()) {
+        arrivalsHeld_ = false;
+        queueArrival();
+    }
+}
+
+void StreamSocket::dropEndedLink() {
+    if (state_ == socket_state::kClosing || state_ == socket_state::kError) {
+        close();
+    }
+}
+
 void StreamSocket::getData(Bytes& data) {
     const qsizetype n = std::min<qsizetype>(inbox_.size(), kMaxArrival);
-    data.assign(inbox_.constData(), inbox_.constData() + n);
+    // As bytes of the same type, so the copy is one block move rather than a loop over each byte.
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(inbox_.constData());
+    data.assign(bytes, bytes + n);
     inbox_.remove(0, n);
     if (n > 0) {
         inboxDrained();
@@ -64,8 +92,13 @@ void StreamSocket::queueArrival() {
 void StreamSocket::deliverArrival() {
     arrivalQueued_ = false;
     const qsizetype before = inbox_.size();
+    if (before > 0 && outboxFull()) {
+        arrivalsHeld_ = true; // until outboxDrained
+        return;
+    }
     const unsigned generation = generation_;
     if (before > 0 && events.dataArrival) {
+        const ScopedFlag answering(answering_);
         events.dataArrival(static_cast<std::int32_t>(std::min<qsizetype>(before, kMaxArrival)));
     }
     if (generation != generation_) {

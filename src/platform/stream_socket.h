@@ -10,13 +10,26 @@ namespace sim {
 
 // What every stream socket shares, whatever carries its bytes: the state, the arrivals of at most
 // kMaxArrival bytes each with the rest in further events, a peer's close reported only once every byte
-// before it was handed over, and events of an old link dropped after a Close.
+// before it was handed over, events of an old link dropped after a Close, a Connect that dials afresh
+// after a link has ended, and the bound on what a socket holds unsent.
 class StreamSocket : public Socket {
 public:
+    // The most a socket holds unsent. A peer that sends without reading (a device whose receive path
+    // is stuck) must not make the simulator's memory grow with what it sends: while this much waits,
+    // no arrival is handed over and the carrier stops reading, so the bytes stay with the system and
+    // TCP's own flow control slows the peer down.
+    static constexpr qsizetype kOutboxLimit = qsizetype{4} * 1024 * 1024;
+
     explicit StreamSocket(QString name) : name_(std::move(name)) {}
 
     int state() const override { return state_; }
     void getData(Bytes& data) override;
+    // Sends of the operator and of the timers that would pass kOutboxLimit fail with 10055 and send
+    // nothing: the repeat tick ends without a record and tries again at its next tick, a manual send
+    // is recorded as failed. An answer, sent while the arrival it answers is being handed over, is
+    // never refused: refusing it would lose an echo. It can take the outbox past the bound by one
+    // answer at most, since no further arrival comes until the outbox is below the bound again.
+    void sendData(const Bytes& data) final;
 
     const QString& name() const { return name_; }
 
@@ -25,6 +38,10 @@ protected:
     virtual void postEvent(std::function<void()> event) = 0;
     // The inbox shrank: a carrier that paused reading may go on.
     virtual void inboxDrained() {}
+    // Takes bytes to send on the connected link, once the state and the bound were checked.
+    virtual void transmit(const Bytes& data) = 0;
+    // Bytes taken by transmit that the carrier has not yet passed on.
+    virtual qsizetype unsent() const = 0;
 
     [[noreturn]] void fail(int number) const;
     // Posts an event that is dropped if the socket is closed before it runs.
@@ -36,6 +53,12 @@ protected:
     // Forgets the link: its bytes and its pending events.
     void reset();
     const QByteArray& inbox() const { return inbox_; }
+    // The carrier reads nothing more from the peer while this holds.
+    bool outboxFull() const { return unsent() >= kOutboxLimit; }
+    // The carrier passed bytes on: arrivals held back for a full outbox go on.
+    void outboxDrained();
+    // Before a Connect: a link the peer closed, or one that failed, is closed so a new one can start.
+    void dropEndedLink();
 
 private:
     void queueArrival();
@@ -47,6 +70,8 @@ private:
     unsigned generation_ = 0;
     QByteArray inbox_;
     bool arrivalQueued_ = false;
+    bool arrivalsHeld_ = false; // for a full outbox
+    bool answering_ = false;    // an arrival is being handed over
     bool peerClosed_ = false;
     bool closeQueued_ = false;
 };

@@ -146,6 +146,45 @@ void DeviceLink::send(const char* ascii) {
     send(bytesOf(ascii));
 }
 
+void DeviceLink::carry(const Bytes& bytes) {
+    if (!reading_) {
+        unread_.insert(unread_.end(), bytes.begin(), bytes.end());
+        return;
+    }
+    network_.scheduler_.after(network_.latency, [self = shared_from_this(), bytes] {
+        self->received_.insert(self->received_.end(), bytes.begin(), bytes.end());
+        if (self->onReceive) {
+            self->onReceive(bytes);
+        }
+    });
+}
+
+void DeviceLink::startReading() {
+    reading_ = true;
+    const Bytes waiting = std::exchange(unread_, {});
+    if (!waiting.empty()) {
+        carry(waiting);
+    }
+    if (std::exchange(closeUnread_, false)) {
+        closedBySimulator();
+    }
+    if (socket_ != nullptr) {
+        socket_->peerRead();
+    }
+}
+
+void DeviceLink::closedBySimulator() {
+    if (!unread_.empty()) {
+        closeUnread_ = true; // behind the bytes the device has not read yet
+        return;
+    }
+    network_.scheduler_.after(network_.latency, [self = shared_from_this()] {
+        if (self->onClosedBySimulator) {
+            self->onClosedBySimulator();
+        }
+    });
+}
+
 void DeviceLink::end(bool reset) {
     if (socket_ == nullptr || closing_) {
         return;
@@ -186,7 +225,7 @@ SimSocket* SimNetwork::socketNamed(const QString& name) const {
 std::shared_ptr<DeviceLink> SimNetwork::deviceConnects(int port) {
     for (SimSocket* s : sockets_) {
         if (s->state() == socket_state::kListening && s->localPort() == port) {
-            auto link = std::make_shared<DeviceLink>();
+            auto link = std::make_shared<DeviceLink>(*this);
             links_.push_back(link);
             s->requestFrom(link);
             return link;
@@ -214,6 +253,7 @@ void SimSocket::setProtocol(int protocol) {
 }
 
 void SimSocket::connect() {
+    dropEndedLink();
     if (state() != socket_state::kClosed) {
         fail(socket_error::kWrongProtocolOrState);
     }
@@ -247,7 +287,7 @@ void SimSocket::connect() {
     case Answer::Accept:
         scheduler.after(network_.latency, [this, attempt] {
             if (attempt == attempt_) {
-                auto device = std::make_shared<DeviceLink>();
+                auto device = std::make_shared<DeviceLink>(network_);
                 network_.links_.push_back(device);
                 link(device);
                 if (network_.onLink) {
@@ -314,18 +354,10 @@ void SimSocket::accept(std::int32_t requestId) {
     postEvent([] {});
 }
 
-void SimSocket::sendData(const Bytes& data) {
-    if (state() != socket_state::kConnected) {
-        fail(socket_error::kWrongProtocolOrState);
-    }
+void SimSocket::transmit(const Bytes& data) {
     sent.emplace_back(static_cast<int>(network_.scheduler_.now()), data);
-    if (auto device = device_) {
-        network_.scheduler_.after(network_.latency, [device, data] {
-            device->received_.insert(device->received_.end(), data.begin(), data.end());
-            if (device->onReceive) {
-                device->onReceive(data);
-            }
-        });
+    if (device_) {
+        device_->carry(data);
     }
 }
 
@@ -333,11 +365,7 @@ void SimSocket::close() {
     ++attempt_;
     if (auto device = std::exchange(device_, nullptr)) {
         device->socket_ = nullptr;
-        network_.scheduler_.after(network_.latency, [device] {
-            if (device->onClosedBySimulator) {
-                device->onClosedBySimulator();
-            }
-        });
+        device->closedBySimulator();
     }
     const bool changed = state() != socket_state::kClosed;
     setState(socket_state::kClosed);

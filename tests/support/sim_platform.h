@@ -86,10 +86,12 @@ private:
 };
 
 class SimSocket;
+class SimNetwork;
 
 // One end of a link as the device holds it.
-class DeviceLink {
+class DeviceLink : public std::enable_shared_from_this<DeviceLink> {
 public:
+    explicit DeviceLink(SimNetwork& network) : network_(network) {}
     void send(const Bytes& bytes);
     void send(const char* ascii);
     void close() { end(false); } // an orderly close
@@ -99,13 +101,26 @@ public:
     std::function<void(const Bytes&)> onReceive;        // the device's own answer, if any
     std::function<void()> onClosedBySimulator;
 
+    // A device whose receive path is stuck: what the simulator sends waits on its side, unsent, until
+    // the device reads again. A close of the simulator's comes behind those bytes.
+    void stopReading() { reading_ = false; }
+    void startReading();
+    qsizetype unread() const { return static_cast<qsizetype>(unread_.size()); }
+
 private:
     friend class SimSocket;
     friend class SimNetwork;
     void end(bool reset);
+    // What the simulator sent reaches the device one latency later, or waits while it reads nothing.
+    void carry(const Bytes& bytes);
+    void closedBySimulator();
+    SimNetwork& network_;
     SimSocket* socket_ = nullptr;
     bool closing_ = false;
+    bool reading_ = true;
+    bool closeUnread_ = false; // the simulator closed with bytes still unread
     Bytes received_;
+    Bytes unread_;
 };
 
 // How a device that listens answers a connect.
@@ -155,7 +170,6 @@ public:
     void connect() override;
     void listen() override;
     void accept(std::int32_t requestId) override;
-    void sendData(const Bytes& data) override;
     void close() override;
 
     // The test makes the socket raise an Error event.
@@ -168,10 +182,13 @@ public:
     }
     void peerGone() { peerClosed(); }
     void peerReset() { raiseError(socket_error::kConnectionReset); }
+    void peerRead() { outboxDrained(); }
     void requestFrom(std::shared_ptr<DeviceLink> link);
 
 protected:
     void postEvent(std::function<void()> event) override { network_.scheduler_.post(std::move(event)); }
+    void transmit(const Bytes& data) override;
+    qsizetype unsent() const override { return device_ ? device_->unread() : 0; }
 
 private:
     friend class DeviceLink;

@@ -150,6 +150,7 @@ void QtSocket::failWith(int number) {
 }
 
 void QtSocket::connect() {
+    dropEndedLink();
     if (state() != socket_state::kClosed) {
         fail(se::kWrongProtocolOrState);
     }
@@ -241,7 +242,7 @@ void QtSocket::adopt(int fd, int state) {
 
 void QtSocket::watch() {
     if (readNotifier_ && state() != socket_state::kListening) {
-        readNotifier_->setEnabled(!readEnded_ && inbox().size() < kInboxHigh);
+        readNotifier_->setEnabled(!readEnded_ && inbox().size() < kInboxHigh && !outboxFull());
     }
 }
 
@@ -284,6 +285,7 @@ void QtSocket::onWritable() {
 }
 
 void QtSocket::flushOutbox() {
+    const qsizetype before = outbox_.size();
     while (!outbox_.isEmpty()) {
         const ssize_t n = ::send(fd_, outbox_.constData(), static_cast<size_t>(outbox_.size()), MSG_NOSIGNAL);
         if (n < 0) {
@@ -299,6 +301,10 @@ void QtSocket::flushOutbox() {
     if (writeNotifier_) {
         writeNotifier_->setEnabled(!outbox_.isEmpty());
     }
+    if (outbox_.size() < before) {
+        outboxDrained();
+    }
+    watch();
 }
 
 void QtSocket::onReadable() {
@@ -326,10 +332,7 @@ void QtSocket::onReadable() {
     watch();
 }
 
-void QtSocket::sendData(const Bytes& data) {
-    if (state() != socket_state::kConnected) {
-        fail(se::kWrongProtocolOrState);
-    }
+void QtSocket::transmit(const Bytes& data) {
     outbox_.append(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size()));
     flushOutbox();
 }
@@ -341,7 +344,8 @@ void QtSocket::dropNotifiers() {
 
 void QtSocket::close() {
     dropNotifiers();
-    if (fd_ >= 0 && !outbox_.isEmpty() && state() == socket_state::kConnected) {
+    const bool linked = state() == socket_state::kConnected || state() == socket_state::kClosing;
+    if (fd_ >= 0 && !outbox_.isEmpty() && linked) {
         new Linger(fd_, outbox_);
     } else if (fd_ >= 0) {
         ::close(fd_);

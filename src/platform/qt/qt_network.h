@@ -33,12 +33,13 @@ public:
     void connect() override;
     void listen() override;
     void accept(std::int32_t requestId) override;
-    void sendData(const Bytes& data) override;
     void close() override;
 
 protected:
     void postEvent(std::function<void()> event) override { gate_.post(std::move(event)); }
     void inboxDrained() override { watch(); }
+    void transmit(const Bytes& data) override;
+    qsizetype unsent() const override { return outbox_.size(); }
 
 private:
     void wake();
