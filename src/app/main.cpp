@@ -21,6 +21,9 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Simulator"));
     QApplication::setOrganizationName(QStringLiteral("TK7300_SIMUL"));
     QApplication::setApplicationVersion(QStringLiteral(SIM_VERSION));
+    // Lets the desktop match the window to its menu entry and icon; the installed program also knows
+    // itself by it (see QtFolders).
+    QGuiApplication::setDesktopFileName(QStringLiteral(SIM_APP_ID));
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
 
     sim::qt::QtPlatform platform;
