@@ -8,13 +8,14 @@
 namespace sim::test {
 namespace {
 
-// The form's two-image icon, 32 by 32 and 16 by 16, each drawn for its size: away from the rounded
-// corners every pixel is wholly the tile or wholly a bar, none a blend of a larger drawing scaled down.
-TEST(FormIcon, TheWindowShowsCrispSixteenAndThirtyTwoPixelImages) {
+// The form's icon, 32 by 32 and 16 by 16 (and 48 by 48 for larger screens), each drawn for its size:
+// away from the rounded corners every pixel is wholly the tile or wholly a bar, none a blend of a larger
+// drawing scaled down.
+TEST(FormIcon, TheWindowShowsCrispImagesOfSixteenThirtyTwoAndFortyEightPixels) {
     MixedForm f;
     view::PanelView view{f.p, f.op};
     const QIcon icon = view.windowIcon();
-    for (int size : {16, 32}) {
+    for (int size : {16, 32, 48}) {
         SCOPED_TRACE(size);
         ASSERT_TRUE(icon.availableSizes().contains(QSize(size, size)));
         const QImage image =
