@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks the formatting of every C++ file and runs clang-tidy over the sources of the program.
+# Checks the formatting of every C++ file, runs clang-tidy over the sources of the program and validates
+# the desktop entry and the AppStream metainfo.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -13,3 +14,17 @@ if [ -n "$out" ]; then
     exit 1
 fi
 echo "clang-tidy: clean"
+
+# Warnings fail too; hints (such as one about categories) do not.
+data=build/default/data
+out=$(desktop-file-validate "$data"/*.desktop 2>&1 | grep -Ev ': hint: ' || true)
+if [ -n "$out" ]; then
+    echo "$out"
+    exit 1
+fi
+echo "desktop-file-validate: clean"
+appstreamcli validate --no-net --explain "$data"/*.metainfo.xml >/dev/null || {
+    appstreamcli validate --no-net --explain "$data"/*.metainfo.xml
+    exit 1
+}
+echo "appstreamcli validate: clean"

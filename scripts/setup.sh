@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the simulator, its tests and its benchmarks need; skips what is there.
+# Installs the Debian packages the simulator, its tests, its benchmarks and its package need; skips what
+# is there.
 set -euo pipefail
 
 packages=(
@@ -8,6 +9,7 @@ packages=(
     libgtest-dev
     xvfb xauth imagemagick fonts-liberation
     socat clang-format clang-tidy
+    librsvg2-bin desktop-file-utils appstream dpkg-dev lintian
 )
 
 missing=()

@@ -137,20 +137,12 @@ int vbShift(Qt::KeyboardModifiers m) {
            (m.testFlag(Qt::AltModifier) ? 4 : 0);
 }
 
+// The form's icon from the files the desktop is given too; the 16 and 32 px images are drawn for their
+// size.
 QIcon formIcon() {
     QIcon icon;
-    for (int size : {16, 32}) {
-        QPixmap pm(size, size);
-        pm.fill(Qt::transparent);
-        QPainter p(&pm);
-        p.setRenderHint(QPainter::Antialiasing);
-        p.setBrush(QColor(0, 0, 128));
-        p.setPen(Qt::NoPen);
-        p.drawRoundedRect(QRectF(0, 0, size, size), size / 6.0, size / 6.0);
-        p.setPen(QPen(Qt::white, size / 8.0));
-        p.drawLine(QPointF(size * 0.2, size * 0.35), QPointF(size * 0.8, size * 0.35));
-        p.drawLine(QPointF(size * 0.2, size * 0.65), QPointF(size * 0.8, size * 0.65));
-        icon.addPixmap(pm);
+    for (int size : {16, 32, 48, 256}) {
+        icon.addFile(QStringLiteral(":/icons/%1.png").arg(size), QSize(size, size));
     }
     return icon;
 }

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QMessageBox>
 #include <QSettings>
 #include <QStandardPaths>
@@ -106,18 +107,53 @@ int QtClock::systemMilliseconds() const {
     return QDateTime::currentDateTimeUtc().time().msec();
 }
 
-QString QtFolders::programFolder() const {
-    const QString own = QCoreApplication::applicationDirPath();
-    if (QFileInfo(own).isWritable()) {
-        return QDir::toNativeSeparators(own);
+namespace {
+
+bool sameFolder(const QString& a, const QString& b) {
+    const QString canonical = QFileInfo(a).canonicalFilePath();
+    return !canonical.isEmpty() && canonical == QFileInfo(b).canonicalFilePath();
+}
+
+bool writableFolder(const QString& folder) {
+    const QFileInfo info(folder);
+    return info.isDir() && info.isWritable();
+}
+
+FolderPlaces placesNow() {
+    return {QCoreApplication::applicationDirPath(), QDir::currentPath(), QDir::homePath(),
+            QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation),
+            QGuiApplication::desktopFileName()};
+}
+
+QString usable(const QString& folder, const FolderPlaces& places) {
+    if (folder == places.appData) {
+        QDir().mkpath(folder);
     }
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
-    QDir().mkpath(data);
-    return QDir::toNativeSeparators(data);
+    return QDir::toNativeSeparators(folder);
+}
+
+} // namespace
+
+QString programFolderOf(const FolderPlaces& places) {
+    const bool installed = !places.appId.isEmpty() &&
+                           QFileInfo::exists(places.executable + QStringLiteral("/../share/applications/") +
+                                             places.appId + QStringLiteral(".desktop"));
+    return writableFolder(places.executable) && !installed ? places.executable : places.appData;
+}
+
+QString workingFolderOf(const FolderPlaces& places) {
+    const bool home = sameFolder(places.current, places.home);
+    return writableFolder(places.current) && !home ? places.current : places.appData;
+}
+
+QString QtFolders::programFolder() const {
+    const FolderPlaces places = placesNow();
+    return usable(programFolderOf(places), places);
 }
 
 QString QtFolders::workingFolder() const {
-    return QDir::toNativeSeparators(QDir::currentPath());
+    const FolderPlaces places = placesNow();
+    return usable(workingFolderOf(places), places);
 }
 
 bool QtBrowser::openUrl(const QString& address) {

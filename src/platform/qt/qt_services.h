@@ -36,8 +36,23 @@ public:
     int systemMilliseconds() const override;
 };
 
-// The program's folder is the executable's while it can be written to; a program installed read-only
-// uses the per-user application data folder. The working folder is the process's current one.
+// Where the program keeps its files, worked out from where it lies and where it was started. A folder
+// that is no place for them gives way to the per-user application data folder.
+struct FolderPlaces {
+    QString executable; // the folder the executable lies in
+    QString current;    // the working folder the program was started in
+    QString home;
+    QString appData; // the per-user application data folder
+    QString appId;   // the installed program's desktop entry is <appId>.desktop
+};
+// The executable's folder while it can be written to and is not an installed program's (its desktop
+// entry beside it under ../share/applications), else the application data folder.
+QString programFolderOf(const FolderPlaces& places);
+// The folder the program was started in, unless that is the home folder (where a start from the menu
+// leaves it) or a folder it cannot write to: then the application data folder, so the daily log neither
+// litters the home folder nor is lost.
+QString workingFolderOf(const FolderPlaces& places);
+
 class QtFolders : public Folders {
 public:
     QString programFolder() const override;
