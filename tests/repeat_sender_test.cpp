@@ -253,6 +253,23 @@ TEST(RepeatRun, AFailedAppendToTheNamedLogLosesThatLineThereOnly) {
     EXPECT_EQ(fileBytes(f.dailyLogPath()).count("Send [1 byte]"), 2);
 }
 
+TEST(RepeatRun, ATickThatWouldPassTheSendBoundEndsWithoutARecordAndTheNextTriesAgain) {
+    // The longest payload, every 10 ms, to a device that reads nothing: 128 of them fit in the 4 MiB
+    // that a socket holds unsent, the 129th would pass it.
+    RepeatRun f("0.01", "Endless", "");
+    f.p.txt_Data_Input.setText(QString(32767, QLatin1Char('z')));
+    f.op.click(f.p.Cmd_Start);
+    f.device()->stopReading();
+    f.sim.scheduler.runUntil(2005);
+    EXPECT_EQ(f.sendTimes().size(), 128U) << "the ticks from 1290 on failed";
+    EXPECT_TRUE(f.rows().filter(QStringLiteral("Send Fail")).isEmpty()) << "a failed tick has no record";
+    EXPECT_TRUE(f.sim.dialogs.shown.empty());
+    f.device()->startReading();
+    f.sim.scheduler.runUntil(2035);
+    EXPECT_EQ(f.sendTimes(128), (std::vector<Ms>{2010, 2020, 2030}))
+        << "the run goes on once the device reads";
+}
+
 // ---- the timer ----
 
 TEST(RepeatRun, ATickHeldUpByADialogComesOnceAndTheNextOneAGapLater) {
