@@ -160,6 +160,19 @@ class ListBox : public Control {
 public:
     using Control::Control;
 
+    // While a batch is open, every change of the rows and the selection happens as it would without
+    // it, but whoever mirrors the list hears of them once, when the batch closes.
+    class Batch {
+    public:
+        explicit Batch(ListBox& list) : list_(list) { ++list_.batches_; }
+        ~Batch();
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+    private:
+        ListBox& list_;
+    };
+
     Int16 listCount() const { return Int16(static_cast<long long>(rows_.size())); }
     void addItem(const QString& row);
     void removeItem(int index);
@@ -169,8 +182,12 @@ public:
     const std::deque<QString>& rows() const { return rows_; }
 
 private:
+    void listChanged(Prop prop);
     std::deque<QString> rows_;
     Int16 listIndex_{-1};
+    int batches_ = 0;
+    bool rowsChanged_ = false;
+    bool indexChanged_ = false;
 };
 
 // Ticks every Interval ms while Enabled and Interval > 0. A new Interval starts the wait over, and a
