@@ -8,6 +8,7 @@ packages=(
     libgtest-dev
     xvfb xauth imagemagick fonts-liberation
     socat clang-format clang-tidy
+    clang libclang-rt-14-dev
 )
 
 missing=()
