@@ -204,13 +204,16 @@ inline Flood flood(int port, std::uint64_t total) {
     return result;
 }
 
-// socat as a plain echo server on 127.0.0.1, for as long as the object lives.
+// socat as a plain echo server on 127.0.0.1, for as long as the object lives. Its blocks are kept to the
+// size a pipe takes in one piece: with larger ones a flood that fills the pipe both ways can leave socat
+// blocked in a write to its own pipe, which it alone would read.
 class SocatEcho {
 public:
     SocatEcho() {
-        socat_.start(
-            QStringLiteral("socat"),
-            {QStringLiteral("TCP-LISTEN:%1,bind=127.0.0.1,reuseaddr").arg(port), QStringLiteral("PIPE")});
+        socat_.start(QStringLiteral("socat"),
+                     {QStringLiteral("-b"), QStringLiteral("4096"),
+                      QStringLiteral("TCP-LISTEN:%1,bind=127.0.0.1,reuseaddr").arg(port),
+                      QStringLiteral("PIPE")});
         started_ = socat_.waitForStarted(3000);
     }
     ~SocatEcho() {
