@@ -9,7 +9,7 @@
 namespace sim::test {
 namespace {
 
-// The panel's control table as the specification of the form gives it: every visible control with its
+// The panel's control table as the form was designed: every visible control with its
 // kind, holder, place in the tab order, Left,Top,Width,Height in twips, caption or content at design,
 // and design state. Written out here, so that the model is compared with the form and not with itself.
 struct Row {
