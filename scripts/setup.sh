@@ -10,6 +10,7 @@ packages=(
     xvfb xauth imagemagick fonts-liberation
     socat clang-format clang-tidy
     librsvg2-bin desktop-file-utils appstream dpkg-dev lintian
+    clang libclang-rt-14-dev
 )
 
 missing=()

@@ -29,21 +29,23 @@ struct Records {
             if (c != &p.List1 || prop != Prop::Rows) {
                 return;
             }
-            if (p.List1.listCount() > rows_) {
-                static const QRegularExpression record(
-                    QStringLiteral("\\] : (Recv|Send) \\[(\\d+) byte\\]|\\] : Send Fail$"));
-                const auto m = record.match(p.List1.rows().back());
+            static const QRegularExpression record(
+                QStringLiteral("\\] : (Recv|Send) \\[(\\d+) byte\\]|\\] : Send Fail$"));
+            const auto& rows = p.List1.rows();
+            const auto fresh = std::min<std::uint64_t>(p.List1.added() - read_, rows.size());
+            for (auto row = rows.end() - static_cast<std::ptrdiff_t>(fresh); row != rows.end(); ++row) {
+                const auto m = record.match(*row);
                 if (m.hasMatch()) {
                     seen << (m.captured(1).isEmpty() ? QStringLiteral("Send Fail")
                                                      : m.captured(1) + QLatin1Char(' ') + m.captured(2));
                 }
             }
-            rows_ = p.List1.listCount();
+            read_ = p.List1.added();
         };
     }
 
 private:
-    int rows_ = 0;
+    std::uint64_t read_ = 0;
 };
 
 qsizetype recordedBytes(const QStringList& recs, const QString& direction) {

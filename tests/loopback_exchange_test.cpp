@@ -98,15 +98,20 @@ void echoOneMebibyte(bool list) {
     Loopback f(device);
     f.op.click(list ? f.p.opt_List : f.p.opt_None);
     long recorded = 0;
-    qsizetype seen = 0;
-    const QRegularExpression recv(QStringLiteral("\\] : Recv \\[(\\d+) byte\\]"));
+    const QRegularExpression head(QStringLiteral("^\\[[0-9:.]+\\] : (Recv|Send) \\[(\\d+) byte\\]"));
     f.p.observer = [&](Control* c, Prop prop) {
-        if (c == &f.p.List1 && prop == Prop::Rows && f.p.List1.listCount() > seen) {
-            const auto match = recv.match(f.p.List1.rows().back());
-            recorded += match.hasMatch() ? match.captured(1).toLong() : 0;
+        // The rows of a record reach the screen together, ending in its closing row; its head is the
+        // last head above that.
+        const auto& rows = f.p.List1.rows();
+        if (c != &f.p.List1 || prop != Prop::Rows || rows.empty() || rows.back() != QStringLiteral(" ")) {
+            return;
         }
-        if (c == &f.p.List1) {
-            seen = f.p.List1.listCount();
+        for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
+            const auto match = head.match(*row);
+            if (match.hasMatch()) {
+                recorded += match.captured(1) == QStringLiteral("Recv") ? match.captured(2).toLong() : 0;
+                break;
+            }
         }
     };
     f.op.click(f.p.Cmd_Start);

@@ -1,5 +1,6 @@
 #include "logging/log_book.h"
 
+#include "logging/file_append.h"
 #include "panel/texts.h"
 #include "platform/code_page.h"
 
@@ -7,25 +8,31 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <utility>
+
 namespace sim {
 
+namespace {
+
+QByteArray withLineEnd(const QString& line) {
+    QByteArray bytes = code_page::toAnsi(line);
+    bytes.append("\r\n");
+    return bytes;
+}
+
+} // namespace
+
 bool appendLine(const QString& path, const QString& line) {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
-        return false;
-    }
-    const QByteArray bytes = code_page::toAnsi(line) + QByteArrayLiteral("\r\n");
-    const bool written = file.write(bytes) == bytes.size();
-    file.close();
-    return written && file.error() == QFileDevice::NoError;
+    return file_append::append(file_append::nativeName(path), withLineEnd(line)) ==
+           file_append::Result::Written;
 }
 
 void LogBook::addStatus(const Stamp& stamp, const char* tail, bool files) {
     const QString line = statusText(stamp, tail);
     panel_.List1.addItem(line);
     if (files && panel_.Opt_List_File.value()) {
-        appendNamed(line);
-        WriteLog(line);
+        line_ = code_page::toAnsi(line);
+        writeFiles();
     }
 }
 
@@ -44,11 +51,9 @@ void LogBook::cmd_Log_Click() {
 }
 
 void LogBook::WriteLog(const QString& line) {
-    const QString folder = folders_.workingFolder() + QStringLiteral("/log");
-    QDir().mkdir(folder);
-    const QString path = folder + QStringLiteral("/STAT_") +
-                         clock_.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");
-    appendLine(path, line); // the daily log never reports
+    const QByteArray saved = std::exchange(line_, withLineEnd(line));
+    writeDaily();
+    line_ = saved;
 }
 
 QString LogBook::resolve(const QString& path) const {
@@ -57,7 +62,55 @@ QString LogBook::resolve(const QString& path) const {
 }
 
 void LogBook::appendNamed(const QString& line) {
-    appendLine(resolve(panel_.txt_Logfile.text()), line);
+    const QByteArray saved = std::exchange(line_, withLineEnd(line));
+    writeNamed();
+    line_ = saved;
+}
+
+void LogBook::writeFiles() {
+    line_.append("\r\n");
+    writeNamed();
+    writeDaily();
+    line_.chop(2);
+}
+
+void LogBook::writeNamed() {
+    // The path is worked out again only when the box or, for a relative path, the working folder changed.
+    const QString& text = panel_.txt_Logfile.text();
+    if (named_.native.isEmpty() || named_.key != text ||
+        (named_.relative && named_.base != folders_.workingFolder())) {
+        const QString path = resolve(text);
+        named_.key = text;
+        named_.relative = !QDir::isAbsolutePath(QDir::fromNativeSeparators(text));
+        named_.base = named_.relative ? folders_.workingFolder() : QString();
+        named_.folder = QFileInfo(path).absolutePath();
+        named_.native = file_append::nativeName(path);
+    }
+    // A folder that was removed while the program runs is made again, at any depth.
+    if (file_append::append(named_.native, line_) == file_append::Result::NoFolder &&
+        QDir().mkpath(named_.folder)) {
+        file_append::append(named_.native, line_);
+    }
+}
+
+void LogBook::writeDaily() {
+    // The date is read at each write, so the first line after midnight starts the next day's file.
+    const QDate today = clock_.localDate();
+    const QString working = folders_.workingFolder();
+    if (daily_.native.isEmpty() || daily_.date != today || daily_.base != working) {
+        daily_.date = today;
+        daily_.base = working;
+        daily_.folder = working + QStringLiteral("/log");
+        daily_.native =
+            file_append::nativeName(daily_.folder + QStringLiteral("/STAT_") +
+                                    today.toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log"));
+    }
+    // The daily log never reports: a folder that cannot be made or a file that cannot be written loses
+    // the line.
+    if (file_append::append(daily_.native, line_) == file_append::Result::NoFolder &&
+        QDir().mkdir(daily_.folder)) {
+        file_append::append(daily_.native, line_);
+    }
 }
 
 bool LogBook::Logfile_chk() {
@@ -83,6 +136,8 @@ bool LogBook::Logfile_chk() {
 }
 
 void LogBook::addRows(const QStringList& rows) {
+    // The list's upkeep runs after each row; the screen hears of the whole record once.
+    const ListBox::Batch batch(panel_.List1);
     for (qsizetype i = 0; i < rows.size(); ++i) {
         panel_.List1.addItem(rows.at(i));
         ListTrim();
@@ -100,25 +155,29 @@ void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
     const bool toFiles = panel_.opt_File.value() || panel_.Opt_List_File.value();
     const bool spaced = !ascii && !toList; // the hexadecimal file-only form
     const Stamp now = stamp();
+    line_.resize(0); // keeps the buffer of the lines before
     if (len < 0) {
-        const QString line = record::failureLine(now, direction, spaced);
+        record::appendFailureLine(line_, now, direction, spaced);
         if (toFiles) {
-            appendNamed(line);
-            WriteLog(line);
+            writeFiles();
         }
         if (toList) {
-            addRows({line});
+            addRows({code_page::fromAnsi(line_)});
         }
         return;
     }
-    const QString payload = ascii ? record::asciiPayload(data, len) : record::hexPayload(data, len);
-    const QString head = record::head(now, len, direction, spaced);
+    record::appendHead(line_, now, len, direction, spaced);
+    const qsizetype headSize = line_.size();
+    const QByteArray& payload = shown_.render(data, len, ascii);
+    line_.append(payload);
     if (toFiles) {
-        appendNamed(head + payload);
-        WriteLog(head + payload);
+        writeFiles();
     }
     if (toList) {
-        addRows(record::listRows(head, payload, ascii));
+        QStringList rows{record::headRow(QByteArrayView(line_).first(headSize), payload, ascii)};
+        rows << shown_.pieceRows();
+        rows << record::closingRow(ascii);
+        addRows(rows);
     }
 }
 

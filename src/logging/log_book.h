@@ -38,11 +38,28 @@ public:
     QString resolve(const QString& path) const;
 
 private:
+    // A path built once and used again while what it is built from stays the same.
+    struct CachedPath {
+        QString key;  // the box's text
+        QString base; // the working folder it was resolved against
+        bool relative = false;
+        QDate date;
+        QString folder;
+        QByteArray native; // the file, in the system's file name encoding
+    };
     void addRows(const QStringList& rows);
+    // line_, ended by CR LF, to the named log and then the daily log.
+    void writeFiles();
+    void writeNamed();
+    void writeDaily();
     Panel& panel_;
     Clock& clock_;
     Folders& folders_;
     Dialogs& dialogs_;
+    QByteArray line_; // the line being written, in the code page; its buffer is kept from line to line
+    CachedPath named_;
+    CachedPath daily_;
+    record::PayloadText shown_;
 };
 
 // Appends text and CR LF in the code page; false when the file cannot be opened or written.

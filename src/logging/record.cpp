@@ -3,15 +3,50 @@
 #include "platform/code_page.h"
 #include "platform/int16.h"
 
+#include <QTime>
+
+#include <charconv>
+#include <cstring>
+
 namespace sim {
+namespace {
+
+void twoDigits(char* at, int value) {
+    at[0] = static_cast<char>('0' + value / 10);
+    at[1] = static_cast<char>('0' + value % 10);
+}
+
+void appendStamp(QByteArray& out, const Stamp& stamp) {
+    out.append(stamp.time.data(), static_cast<qsizetype>(stamp.time.size()));
+    out.append('.');
+    out.append(stamp.ms.data(), static_cast<qsizetype>(stamp.ms.size()));
+}
+
+} // namespace
+
+Stamp makeStamp(int hour, int minute, int second, int milliseconds) {
+    Stamp stamp;
+    twoDigits(&stamp.time[0], hour);
+    stamp.time[2] = ':';
+    twoDigits(&stamp.time[3], minute);
+    stamp.time[5] = ':';
+    twoDigits(&stamp.time[6], second);
+    stamp.ms[0] = static_cast<char>('0' + milliseconds / 100);
+    twoDigits(&stamp.ms[1], milliseconds % 100);
+    return stamp;
+}
 
 Stamp readStamp(const Clock& clock) {
-    const QString time = clock.localTime().toString(QStringLiteral("HH:mm:ss"));
-    return {time, QStringLiteral("%1").arg(clock.systemMilliseconds(), 3, 10, QLatin1Char('0'))};
+    const QTime time = clock.localTime();
+    return makeStamp(time.hour(), time.minute(), time.second(), clock.systemMilliseconds());
 }
 
 QString statusText(const Stamp& stamp, const char* tail) {
-    return QLatin1Char('[') + stamp.time + QLatin1Char('.') + stamp.ms + QLatin1String(tail);
+    QByteArray line;
+    line.append('[');
+    appendStamp(line, stamp);
+    line.append(tail);
+    return QString::fromLatin1(line);
 }
 
 namespace record {
@@ -19,68 +54,148 @@ namespace {
 
 constexpr int kRowWidth = 60;
 
+// The text of every byte in the hexadecimal form: a blank and "00" to "09", "A" to "F" alone, then "10"
+// to "FF"; padded to four characters, with the length that counts.
+struct HexCell {
+    std::array<char, 4> text;
+    int size;
+};
+constexpr std::array<HexCell, 256> kHexCells = [] {
+    std::array<HexCell, 256> table{};
+    constexpr char digits[] = "0123456789ABCDEF";
+    for (std::size_t b = 0; b < table.size(); ++b) {
+        if (b >= 0x0A && b <= 0x0F) {
+            table[b] = {{' ', digits[b], '\0', '\0'}, 2};
+        } else {
+            table[b] = {{' ', digits[b / 16], digits[b % 16], '\0'}, 3};
+        }
+    }
+    return table;
+}();
+
 } // namespace
 
-QString asciiPayload(const Bytes& data, int len) {
-    QString text;
-    text.reserve(len);
+void appendAsciiPayload(QByteArray& out, const Bytes& data, int len) {
+    // A byte is its own character in the code page, and every byte has one.
+    out.append(reinterpret_cast<const char*>(data.data()), len);
+}
+
+std::string_view hexDigits(std::uint8_t byte) {
+    const HexCell& cell = kHexCells[byte];
+    return {cell.text.data() + 1, static_cast<std::size_t>(cell.size - 1)};
+}
+
+void appendHexPayload(QByteArray& out, const Bytes& data, int len) {
+    const qsizetype start = out.size();
+    // Each cell is copied whole, and the next one starts where its text ends.
+    out.resize(start + static_cast<qsizetype>(len) * 3 + 1);
+    char* at = out.data() + start;
     for (int i = 0; i < len; ++i) {
-        text.append(code_page::fromAnsiByte(data[static_cast<std::size_t>(i)]));
+        const HexCell& cell = kHexCells[data[static_cast<std::size_t>(i)]];
+        std::memcpy(at, cell.text.data(), cell.text.size());
+        at += cell.size;
     }
+    out.truncate(at - out.constData());
+}
+
+void appendHead(QByteArray& out, const Stamp& stamp, int len, int direction, bool spaced) {
+    const char* verb = direction == 0 ? "Send" : "Recv";
+    char count[12];
+    const auto written = std::to_chars(std::begin(count), std::end(count), len);
+    out.append(spaced ? "[ " : "[");
+    appendStamp(out, stamp);
+    out.append(spaced ? " ] : " : "] : ");
+    out.append(verb);
+    out.append(spaced ? " [ " : " [");
+    out.append(count, written.ptr - count);
+    out.append(spaced ? " byte ] : " : " byte] : ");
+}
+
+void appendFailureLine(QByteArray& out, const Stamp& stamp, int direction, bool spaced) {
+    out.append(spaced ? "[ " : "[");
+    appendStamp(out, stamp);
+    out.append(spaced ? " ] : " : "] : ");
+    if (direction == 0) {
+        out.append("Send Fail");
+    } else {
+        out.append(spaced ? "Received Fail" : "Receive Fail");
+    }
+}
+
+namespace {
+
+// The characters of a row: `first` (the head, in the head row), the blank of the ASCII form, a piece.
+QString rowOf(QByteArrayView first, QByteArrayView piece, bool ascii) {
+    QString text(first.size() + (ascii ? 1 : 0) + piece.size(), Qt::Uninitialized);
+    QChar* at = code_page::fromAnsi(first, text.data());
+    if (ascii) {
+        *at++ = QLatin1Char(' ');
+    }
+    code_page::fromAnsi(piece, at);
     return text;
 }
 
-QString hexDigits(std::uint8_t byte) {
-    // Two places for a number of one decimal digit; a letter digit stays alone.
-    const QString plain = QString::number(byte, 16).toUpper();
-    return byte < 10 ? plain.rightJustified(2, QLatin1Char('0')) : plain;
+} // namespace
+
+QString headRow(QByteArrayView head, QByteArrayView payload, bool ascii) {
+    return rowOf(head, payload.first(std::min<qsizetype>(kRowWidth, payload.size())), ascii);
 }
 
-QString hexPayload(const Bytes& data, int len) {
-    QString text;
-    text.reserve(static_cast<qsizetype>(len) * 3);
-    for (int i = 0; i < len; ++i) {
-        text.append(QLatin1Char(' '));
-        text.append(hexDigits(data[static_cast<std::size_t>(i)]));
-    }
-    return text;
-}
-
-QString head(const Stamp& stamp, int len, int direction, bool spaced) {
-    const QString verb = direction == 0 ? QStringLiteral("Send") : QStringLiteral("Recv");
-    if (spaced) {
-        return QStringLiteral("[ %1.%2 ] : %3 [ %4 byte ] : ").arg(stamp.time, stamp.ms, verb).arg(len);
-    }
-    return QStringLiteral("[%1.%2] : %3 [%4 byte] : ").arg(stamp.time, stamp.ms, verb).arg(len);
-}
-
-QString failureLine(const Stamp& stamp, int direction, bool spaced) {
-    if (spaced) {
-        return QStringLiteral("[ %1.%2 ] : %3")
-            .arg(stamp.time, stamp.ms,
-                 direction == 0 ? QStringLiteral("Send Fail") : QStringLiteral("Received Fail"));
-    }
-    return QStringLiteral("[%1.%2] : %3")
-        .arg(stamp.time, stamp.ms,
-             direction == 0 ? QStringLiteral("Send Fail") : QStringLiteral("Receive Fail"));
-}
-
-QStringList listRows(const QString& head, const QString& payload, bool ascii) {
-    QStringList rows;
+QStringList pieceRows(QByteArrayView payload, bool ascii) {
     const qsizetype rowCount = payload.size() / kRowWidth;
-    Int16 position = 1;
+    QStringList rows;
+    rows.reserve(std::min<qsizetype>(rowCount, Int16::kMax / kRowWidth));
     try {
-        for (qsizetype row = 0; row <= rowCount; ++row) {
-            const QString piece = payload.mid(position - 1, kRowWidth);
-            const QString lead = ascii ? QStringLiteral(" ") : QString();
-            rows << (row == 0 ? head + lead + piece : lead + piece);
+        Int16 position = 1;
+        position += kRowWidth; // past the head row's piece
+        for (qsizetype r = 1; r <= rowCount; ++r) {
+            const qsizetype from = std::min<qsizetype>(position - 1, payload.size());
+            rows << rowOf({}, payload.sliced(from, std::min<qsizetype>(kRowWidth, payload.size() - from)),
+                          ascii);
             position += kRowWidth;
         }
     } catch (const RuntimeFailure&) {
         // The row position has run past 16 bits: the rest of the text stays out of the list.
     }
-    rows << (ascii ? QStringLiteral(" ") : QString());
     return rows;
+}
+
+QString closingRow(bool ascii) {
+    return ascii ? QStringLiteral(" ") : QString();
+}
+
+QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii) {
+    QStringList rows{headRow(head, payload, ascii)};
+    rows << pieceRows(payload, ascii);
+    rows << closingRow(ascii);
+    return rows;
+}
+
+const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii) {
+    const QByteArrayView bytes(data.data(), len);
+    if (rendered_ && ascii == ascii_ && bytes == bytes_) {
+        return text_;
+    }
+    bytes_ = bytes.toByteArray();
+    ascii_ = ascii;
+    rendered_ = true;
+    haveRows_ = false;
+    rows_.clear();
+    text_.resize(0);
+    if (ascii) {
+        appendAsciiPayload(text_, data, len);
+    } else {
+        appendHexPayload(text_, data, len);
+    }
+    return text_;
+}
+
+const QStringList& PayloadText::pieceRows() {
+    if (!haveRows_) {
+        rows_ = record::pieceRows(text_, ascii_);
+        haveRows_ = true;
+    }
+    return rows_;
 }
 
 } // namespace record

@@ -2,34 +2,65 @@
 
 #include "platform/seam.h"
 
+#include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 #include <QStringList>
+
+#include <array>
+#include <string_view>
 
 namespace sim {
 
 // The time stamp of a line: local time and the system clock's milliseconds, read apart.
 struct Stamp {
-    QString time; // HH:MM:SS
-    QString ms;   // 000..999
+    std::array<char, 8> time{}; // HH:MM:SS
+    std::array<char, 3> ms{};   // 000..999
 };
 
 Stamp readStamp(const Clock& clock);
+Stamp makeStamp(int hour, int minute, int second, int milliseconds);
 
 // "[" time "." ms followed by the tail, for a status line.
 QString statusText(const Stamp& stamp, const char* tail);
 
-// How a traffic record looks. `spaced` is the hexadecimal file-only form with blanks inside the brackets.
+// How a traffic record looks. Every piece of a record is text of the single-byte code page, so a record
+// is built as the bytes the files receive and turned into characters only for the list's rows.
+// `spaced` is the hexadecimal file-only form with blanks inside the brackets.
 namespace record {
 
-QString asciiPayload(const Bytes& data, int len);
-QString hexPayload(const Bytes& data, int len);
+// The payload's text: in ASCII form each byte stands for its own character; in hexadecimal form each
+// byte is a blank and its digits.
+void appendAsciiPayload(QByteArray& out, const Bytes& data, int len);
+void appendHexPayload(QByteArray& out, const Bytes& data, int len);
 // A byte's digits: two digits, or one letter for 0x0A to 0x0F.
-QString hexDigits(std::uint8_t byte);
-QString head(const Stamp& stamp, int len, int direction, bool spaced);
-QString failureLine(const Stamp& stamp, int direction, bool spaced);
+std::string_view hexDigits(std::uint8_t byte);
+void appendHead(QByteArray& out, const Stamp& stamp, int len, int direction, bool spaced);
+void appendFailureLine(QByteArray& out, const Stamp& stamp, int direction, bool spaced);
 // The rows of a record in the list: the head row, pieces of 60 characters, and the closing row. The
 // row position is 16-bit: a payload text past its reach ends the rows early, before the closing row.
-QStringList listRows(const QString& head, const QString& payload, bool ascii);
+QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii);
+// The same in three parts: the head row with the first piece, the rows of the further pieces, and the
+// closing row.
+QString headRow(QByteArrayView head, QByteArrayView payload, bool ascii);
+QStringList pieceRows(QByteArrayView payload, bool ascii);
+QString closingRow(bool ascii);
+
+// The payload text of the last record and the rows of its further pieces. The same bytes shown again
+// in the same form (an echo, a repeated send) share them instead of being rendered anew.
+class PayloadText {
+public:
+    const QByteArray& render(const Bytes& data, int len, bool ascii);
+    const QStringList& pieceRows();
+
+private:
+    QByteArray bytes_;
+    bool ascii_ = false;
+    bool rendered_ = false;
+    QByteArray text_;
+    QStringList rows_;
+    bool haveRows_ = false;
+};
 
 } // namespace record
 } // namespace sim

@@ -6,6 +6,7 @@
 #include "platform/runtime_failure.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace sim {
 namespace {
@@ -260,28 +261,52 @@ void ComboBox::setBackColor(unsigned colour) {
 
 // ---- ListBox ----
 
+ListBox::Batch::~Batch() {
+    if (--list_.batches_ == 0) {
+        if (std::exchange(list_.rowsChanged_, false)) {
+            list_.changed(Prop::Rows);
+        }
+        if (std::exchange(list_.indexChanged_, false)) {
+            list_.changed(Prop::ListIndex);
+        }
+    }
+}
+
+void ListBox::listChanged(Prop prop) {
+    if (batches_ == 0) {
+        changed(prop);
+    } else {
+        (prop == Prop::Rows ? rowsChanged_ : indexChanged_) = true;
+    }
+}
+
 void ListBox::addItem(const QString& row) {
     rows_.push_back(row);
-    changed(Prop::Rows);
+    ++added_;
+    listChanged(Prop::Rows);
 }
 
 void ListBox::removeItem(int index) {
     if (index < 0 || static_cast<std::size_t>(index) >= rows_.size()) {
         throw invalidValue();
     }
-    rows_.erase(rows_.begin() + index);
+    if (index == 0) {
+        rows_.pop_front(); // the oldest row, as the list's upkeep removes it
+    } else {
+        rows_.erase(rows_.begin() + index);
+    }
     if (listIndex_ == index) {
         listIndex_ = -1;
     } else if (listIndex_ > index) {
         --listIndex_;
     }
-    changed(Prop::Rows);
+    listChanged(Prop::Rows);
 }
 
 void ListBox::clear() {
     rows_.clear();
     listIndex_ = -1;
-    changed(Prop::Rows);
+    listChanged(Prop::Rows);
 }
 
 void ListBox::setListIndex(int index) {
@@ -289,7 +314,7 @@ void ListBox::setListIndex(int index) {
         throw invalidValue();
     }
     listIndex_ = index;
-    changed(Prop::ListIndex);
+    listChanged(Prop::ListIndex);
 }
 
 // ---- Timer ----

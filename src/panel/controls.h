@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -160,6 +161,19 @@ class ListBox : public Control {
 public:
     using Control::Control;
 
+    // While a batch is open, every change of the rows and the selection happens as it would without
+    // it, but whoever mirrors the list hears of them once, when the batch closes.
+    class Batch {
+    public:
+        explicit Batch(ListBox& list) : list_(list) { ++list_.batches_; }
+        ~Batch();
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+    private:
+        ListBox& list_;
+    };
+
     Int16 listCount() const { return Int16(static_cast<long long>(rows_.size())); }
     void addItem(const QString& row);
     void removeItem(int index);
@@ -167,10 +181,18 @@ public:
     Int16 listIndex() const { return listIndex_; }
     void setListIndex(int index);
     const std::deque<QString>& rows() const { return rows_; }
+    // Rows added since the list was made, Clear or not: whoever follows the list reads the newest
+    // rows by the difference, however the rows were announced and however many the list let go.
+    std::uint64_t added() const { return added_; }
 
 private:
+    void listChanged(Prop prop);
     std::deque<QString> rows_;
+    std::uint64_t added_ = 0;
     Int16 listIndex_{-1};
+    int batches_ = 0;
+    bool rowsChanged_ = false;
+    bool indexChanged_ = false;
 };
 
 // Ticks every Interval ms while Enabled and Interval > 0. A new Interval starts the wait over, and a

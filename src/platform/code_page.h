@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QChar>
 #include <QString>
+#include <QStringView>
 
 #include <cstdint>
 
@@ -18,7 +20,9 @@ int ansiCode(QChar c);
 QChar fromAnsiByte(std::uint8_t b);
 
 // Text in the code page; a character it does not have becomes '?'.
-QByteArray toAnsi(const QString& text);
-QString fromAnsi(const QByteArray& bytes);
+QByteArray toAnsi(QStringView text);
+QString fromAnsi(QByteArrayView bytes);
+// Writes the characters of the bytes from `out` on, which has room for them; gives the end.
+QChar* fromAnsi(QByteArrayView bytes, QChar* out);
 
 } // namespace sim::code_page

@@ -95,12 +95,21 @@ void QtSettingsStore::write(const QString& app, const QString& section, const QS
     store.sync();
 }
 
+const QDateTime& QtClock::local() const {
+    const qint64 second = QDateTime::currentSecsSinceEpoch();
+    if (second != second_) {
+        second_ = second;
+        local_ = QDateTime::fromSecsSinceEpoch(second, Qt::LocalTime);
+    }
+    return local_;
+}
+
 QDate QtClock::localDate() const {
-    return QDate::currentDate();
+    return local().date();
 }
 
 QTime QtClock::localTime() const {
-    return QTime::currentTime();
+    return local().time();
 }
 
 int QtClock::systemMilliseconds() const {

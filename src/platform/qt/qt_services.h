@@ -29,11 +29,18 @@ public:
     void write(const QString& app, const QString& section, const QString& key, const QString& value) override;
 };
 
+// Local time costs the system a look at the time zone's file; within one second of the system clock it
+// cannot change (zones differ from UTC by whole minutes), so it is worked out once per second.
 class QtClock : public Clock {
 public:
     QDate localDate() const override;
     QTime localTime() const override;
     int systemMilliseconds() const override;
+
+private:
+    const QDateTime& local() const;
+    mutable qint64 second_ = -1; // the UTC second the local time below belongs to
+    mutable QDateTime local_;
 };
 
 // Where the program keeps its files, worked out from where it lies and where it was started. A folder
