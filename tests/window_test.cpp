@@ -6,9 +6,12 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QScreen>
 #include <QTest>
+#include <QTimer>
+#include <qpa/qwindowsysteminterface.h>
 
 #include <gtest/gtest.h>
 
@@ -404,6 +407,91 @@ TEST_F(Window, EveryBoxWithstandsWhatAnOperatorMightTypeOrPaste) {
         }
         expectShownAndSaved();
     }
+}
+
+// ---- message boxes with the real dialogs ----
+
+struct RealDialogs : Window {
+    qt::QtDialogs dialogs{mixed.gate};
+    int boxesShown = 0;
+    QTimer poll;
+    QTimer giveUp;
+    std::function<void(QMessageBox&)> onBox;
+    void SetUp() override {
+        open(nullptr, &dialogs);
+        dialogs.setParent(&*view);
+        poll.setInterval(5);
+        QObject::connect(&poll, &QTimer::timeout, [this] {
+            for (QWidget* top : QApplication::topLevelWidgets()) {
+                if (auto* box = qobject_cast<QMessageBox*>(top); box != nullptr && box->isVisible()) {
+                    poll.stop();
+                    ++boxesShown;
+                    onBox(*box);
+                    return;
+                }
+            }
+        });
+        // A message box that nobody expected is closed, so that the test fails instead of hanging.
+        giveUp.setSingleShot(true);
+        giveUp.setInterval(3000);
+        QObject::connect(&giveUp, &QTimer::timeout, [] {
+            for (QWidget* top : QApplication::topLevelWidgets()) {
+                if (qobject_cast<QMessageBox*>(top) != nullptr && top->isVisible()) {
+                    top->close();
+                }
+            }
+            QCoreApplication::exit(1);
+        });
+        giveUp.start();
+    }
+    // Calls `then` with the message box as soon as one shows, from within its loop.
+    void whenBoxShows(std::function<void(QMessageBox&)> then) {
+        onBox = std::move(then);
+        poll.start();
+    }
+};
+
+TEST_F(RealDialogs, TheMessageOfALeavingTestIsModalAndTheFocusComesBackToTheEmptiedBox) {
+    p->List1.addItem(QStringLiteral("row"));
+    click(box(3));
+    whenBoxShows([this](QMessageBox& box) {
+        EXPECT_EQ(box.text(), QStringLiteral(" Please Check your IP Address Format"));
+        EXPECT_EQ(box.windowTitle(), QStringLiteral("IP Address Error"));
+        // While it is open the panel takes no click.
+        click(p->cmd_Log);
+        EXPECT_EQ(p->List1.listCount(), 1);
+        QTest::keyClick(&box, Qt::Key_Return);
+    });
+    type(QStringLiteral("300")); // the third digit's release moves on; leaving box 3 fails its test
+    // The window asked to be active again when the box closed; the platform answers in its loop.
+    QCoreApplication::processEvents();
+    EXPECT_EQ(boxesShown, 1);
+    EXPECT_EQ(box(3).text(), QString());
+    EXPECT_EQ(p->focused(), &box(3)) << "the focus the message box took was no LostFocus";
+    EXPECT_EQ(focus(), widget(box(3)));
+    type(QStringLiteral("42"));
+    EXPECT_EQ(box(3).text(), QStringLiteral("42"));
+    EXPECT_EQ(mixed.settings.values[kAddressKey], QStringLiteral("100.100.100.42."));
+}
+
+TEST_F(RealDialogs, ClosingTheWindowWhileAMessageBoxIsOpenEndsTheProgram) {
+    bool closedWhileOpen = false;
+    click(box(1));
+    whenBoxShows([&](QMessageBox&) {
+        // What the window manager does when the operator clicks the window's close button.
+        QWindowSystemInterface::handleCloseEvent<QWindowSystemInterface::SynchronousDelivery>(
+            view->windowHandle());
+        closedWhileOpen = true;
+    });
+    QTimer::singleShot(0, view.operator->(), [this] { type(QStringLiteral("300")); });
+    // If the close were ignored, giveUp would end the loop instead, with 1.
+    EXPECT_EQ(QApplication::exec(), 0);
+    EXPECT_TRUE(closedWhileOpen);
+    EXPECT_TRUE(mixed.pump.quitRequested());
+    EXPECT_FALSE(view->isVisible());
+    EXPECT_EQ(box(1).text(), QStringLiteral("300"))
+        << "the handler went no further; the store has the box as typed";
+    EXPECT_EQ(mixed.settings.values[kAddressKey], QStringLiteral("100.300.100.1."));
 }
 
 } // namespace
