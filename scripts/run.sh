@@ -20,7 +20,8 @@ xvfb-run -a -s "-screen 0 1024x768x24 -dpi 96" bash -c '
     "$SIM_EXE" &
     pid=$!
     sleep 3
-    import -window root -crop 731x724+0+0 +repage "$SIM_SHOT"
+    # The window opens centred; it is found by its title.
+    import -window "Tarnix Simulator Ver3.5.1 (2011/06/08)" "$SIM_SHOT"
     echo "Screenshot of the window: $SIM_SHOT"
     if [ -n "$SIM_SECONDS" ]; then
         sleep "$SIM_SECONDS"

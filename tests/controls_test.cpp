@@ -87,6 +87,23 @@ TEST(TextBox, SelectionIsClampedToTheText) {
     EXPECT_THROW(box.setSelStart(-1), RuntimeFailure);
 }
 
+TEST(TextBox, SelectionAndEditsReachPastSixteenBits) {
+    // A box has no character limit: positions beyond 32767 neither overflow nor edit the wrong place.
+    SimForm f;
+    TextBox& box = f.p.txt_Data_Input;
+    box.setText(QString(40000, u'a') + QStringLiteral("XYZ"));
+    box.setSelStart(40000);
+    box.setSelLength(3);
+    EXPECT_EQ(box.selText(), QStringLiteral("XYZ"));
+    f.op.focus(box);
+    f.op.select(box, 35000, 5001);
+    f.op.keyPress(u'B');
+    EXPECT_EQ(box.text(), QString(35000, u'a') + QStringLiteral("BYZ"));
+    EXPECT_EQ(box.selStart(), 35001);
+    EXPECT_EQ(f.p.Label9.caption(), QStringLiteral("35003"));
+    EXPECT_TRUE(f.sim.dialogs.shown.empty()) << "no Overflow";
+}
+
 TEST(OptionButton, SelectingOneClearsItsGroupAndClicksOnlyOnChange) {
     SimForm f(false);
     std::vector<QString> clicks;

@@ -108,7 +108,8 @@ TEST(DialOut, ARepeatRunIsArmedOnConnectFromTheTimeGap) {
 }
 
 TEST(DialOut, ATimeGapThatIsNoUsableNumberArmsNothingAndSaysSo) {
-    for (const char* gap : {"abc", "-1", "70"}) {
+    // Only blanks may stand around the number: a tab makes it no number.
+    for (const char* gap : {"abc", "-1", "70", "\t2"}) {
         DeviceAsServer f;
         f.op.click(f.p.opt_Send_Only);
         f.p.txt_Data_Input.setText(QStringLiteral("x"));
@@ -244,6 +245,21 @@ TEST(ManualSend, ABlankTextOrOneDigitSendsNothing) {
     EXPECT_EQ(f.shownTexts().back(), QStringLiteral("Invalid Data"));
     f.sim.scheduler.runFor(10);
     EXPECT_TRUE(f.device()->received().empty());
+}
+
+TEST(ManualSend, OnlySpacesCountAsBlanksOfAnEmptyText) {
+    // A tab, a line break or a non-breaking space is a payload like any other character.
+    const std::vector<std::pair<const char16_t*, Bytes>> cases = {
+        {u"\t", {0x09}}, {u"\r\n", {0x0D, 0x0A}}, {u"\u00A0", {0xA0}}};
+    for (const auto& [text, bytes] : cases) {
+        Exchange f;
+        f.op.click(f.p.opt_Receive_Only);
+        f.p.txt_Data_Input.setText(QString::fromUtf16(text));
+        f.op.click(f.p.Cmd_Send);
+        f.sim.scheduler.runFor(10);
+        EXPECT_TRUE(f.shownTexts().empty());
+        EXPECT_EQ(f.device()->received(), bytes);
+    }
 }
 
 TEST(ManualSend, WithNoLinkItDialsOnceAndSendsIfThatWorked) {

@@ -1,8 +1,12 @@
 #include "platform/code_page.h"
 #include "platform/int16.h"
 #include "platform/ipv4.h"
+#include "platform/text_number.h"
 
 #include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
 
 namespace sim {
 namespace {
@@ -62,6 +66,31 @@ TEST(LiteralAddress, OnlyFourDecimalPartsOfAtMost255AreAnAddress) {
     for (const char* bad : {"localhost", "127.1", "1.2.3.4.", "256.0.0.1", "1..2.3", "", "1.2.3.-4",
                             "1.2.3.4 ", "0x7f.0.0.1"}) {
         EXPECT_FALSE(parseIPv4(QString::fromLatin1(bad))) << bad;
+    }
+}
+
+TEST(LeadingNumber, IsTheNumberTheTextBeginsWithAndZeroWithoutOne) {
+    const std::vector<std::pair<const char*, double>> cases = {
+        {"0123", 123}, {"300a", 300},  {"1.5", 1.5}, {"1.5.2", 1.5}, {"255.5", 255.5}, {"", 0},
+        {"abc", 0},    {".5", 0.5},    {"5.", 5},    {"-5", -5},     {"+7", 7},        {"-", 0},
+        {"1e3", 1000}, {"1E+2x", 100}, {"1e", 1},    {"2e+", 2},     {"000", 0},       {"0001", 1},
+        {" 5", 0},     {"\t5", 0},     {"1 2", 1},
+    };
+    for (const auto& [text, value] : cases) {
+        EXPECT_EQ(leadingNumber(QString::fromLatin1(text)), value) << text;
+    }
+    EXPECT_EQ(leadingNumber(QStringLiteral("1e999")), std::numeric_limits<double>::infinity());
+    EXPECT_EQ(leadingNumber(QStringLiteral("1e-999")), 0.0);
+    EXPECT_EQ(leadingNumber(QStringLiteral("\u0661")), 0.0) << "digits of other scripts are no number here";
+}
+
+TEST(Blanks, AreSpacesAloneAroundTextAndNumbers) {
+    EXPECT_EQ(trimBlanks(QStringLiteral("  a b  ")), QStringLiteral("a b"));
+    EXPECT_EQ(trimBlanks(QStringLiteral(" \t\u00A0 ")), QStringLiteral("\t\u00A0"));
+    EXPECT_EQ(trimBlanks(QStringLiteral("   ")), QString());
+    EXPECT_EQ(parseNumber(QStringLiteral(" 2.5 ")), 2.5);
+    for (const char16_t* text : {u"\t2", u"2\n", u"\u00A02", u""}) {
+        EXPECT_FALSE(parseNumber(QString::fromUtf16(text))) << QString::fromUtf16(text).toStdString();
     }
 }
 

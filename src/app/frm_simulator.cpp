@@ -11,8 +11,8 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs), level_(panel_, log_),
       options_(panel_), link_(panel_, log_, platform.pump, platform.dialogs),
       server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),
-      manualSend_(panel_, log_, link_, platform.dialogs), repeat_(panel_, log_, link_),
-      program_(panel_, log_, link_) {
+      addressEditor_(panel_, platform.dialogs), manualSend_(panel_, log_, link_, platform.dialogs),
+      repeat_(panel_, log_, link_), program_(panel_, log_, link_) {
     wire();
     wireSockets();
 }
@@ -23,8 +23,16 @@ void FrmSimulator::wire() {
         platform_.dialogs.messageBox(failure.description(), msg_style::kCritical, std::nullopt);
     };
     p.frmSimulator.Resize = [this] { lifecycle_.Form_Resize(); };
+    // The address editor: the four boxes share their handlers, told the index.
     for (int i = 0; i < 4; ++i) {
-        p.txt_Destination_IP(i).Change = [this, i] { settings_.txt_Destination_IP_Change(i); };
+        TextBox& box = p.txt_Destination_IP(i);
+        box.Change = [this, i] { settings_.txt_Destination_IP_Change(i); };
+        box.KeyPress = [this, i](Int16& key) { addressEditor_.txt_Destination_IP_KeyPress(i, key); };
+        box.KeyUp = [this, i](Int16& key, Int16 shift) {
+            addressEditor_.txt_Destination_IP_KeyUp(i, key, shift);
+        };
+        box.GotFocus = [this, i] { addressEditor_.txt_Destination_IP_GotFocus(i); };
+        box.LostFocus = [this, i] { addressEditor_.txt_Destination_IP_LostFocus(i); };
     }
     p.txt_Destination_Port.Change = [this] { settings_.txt_Destination_Port_Change(); };
     p.Label11.Click = [this] { settings_.Label11_Click(); };

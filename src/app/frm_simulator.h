@@ -5,6 +5,7 @@
 #include "logging/error_reports.h"
 #include "logging/log_book.h"
 #include "logging/log_level.h"
+#include "panel/address_editor.h"
 #include "panel/form_lifecycle.h"
 #include "panel/operator.h"
 #include "panel/options.h"
@@ -50,6 +51,7 @@ private:
     Link link_;
     ServerLink server_;
     Role role_;
+    AddressEditor addressEditor_;
     ManualSend manualSend_;
     RepeatSender repeat_;
     ProgramMode program_;

@@ -182,7 +182,7 @@ void TextBox::setText(const QString& text) {
 void TextBox::replaceText(const QString& text, int caret) {
     const bool differs = text_ != text;
     text_ = text;
-    selStart_ = std::clamp(caret, 0, static_cast<int>(std::min<qsizetype>(text_.size(), Int16::kMax)));
+    selStart_ = std::clamp(caret, 0, static_cast<int>(text_.size()));
     selLength_ = 0;
     changed(Prop::Text);
     if (differs && Change) {

@@ -112,9 +112,10 @@ public:
 
     const QString& text() const { return text_; }
     void setText(const QString& text); // Change runs when the text differs
-    Int16 selStart() const { return selStart_; }
+    // Positions in characters; a box has no character limit, so they are 32-bit.
+    int selStart() const { return selStart_; }
     void setSelStart(int start);
-    Int16 selLength() const { return selLength_; }
+    int selLength() const { return selLength_; }
     void setSelLength(int length);
     QString selText() const;
     void setSelText(const QString& text); // replaces the selection; Change runs when the text differs
@@ -132,8 +133,8 @@ public:
 private:
     void replaceText(const QString& text, int caret);
     QString text_;
-    Int16 selStart_;
-    Int16 selLength_;
+    int selStart_ = 0;
+    int selLength_ = 0;
     unsigned backColor_;
 };
 

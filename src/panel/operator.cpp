@@ -132,7 +132,8 @@ void Operator::applyCharacter(TextBox& box, int code) {
 
 void Operator::keyUp(int keyCode, int shift) {
     TextBox* box = asTextBox(panel_.focused());
-    if (box == nullptr || !box->KeyUp) {
+    // A box that a link locked meanwhile takes no key, its release included.
+    if (box == nullptr || !box->KeyUp || !box->takesInput()) {
         return;
     }
     panel_.dispatch([&] {

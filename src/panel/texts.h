@@ -60,4 +60,21 @@ inline constexpr char kLogFileFilter[] = "Text Files (*.log)|*.log";
 inline constexpr char kInputPortNo[] = "Input Port No";
 inline constexpr char kListenCaption[] = "Listen";
 
+// The address boxes' leaving tests; the leading blank of the format message is part of it.
+inline constexpr char kAddressCrossLimit[] = "IP Address Value Cross Limit";
+inline constexpr char kAddressFormat[] = " Please Check your IP Address Format";
+inline constexpr char kAddressFormatTitle[] = "IP Address Error";
+
+// The addresses not assignable to a device. The first message names 225 where its rule compares 255.
+inline constexpr char kBroadcastAddress[] = "255.255.255.255";
+inline constexpr char kUnspecifiedAddress[] = "0.0.0.0";
+inline constexpr char kIanaBlock[] = "224.0.0.";
+inline constexpr char kConferencingBlock[] = "224.0.1.";
+inline constexpr char kConferencingAddress[] = "224.0.1.7";
+inline constexpr char kInvalidBroadcast[] = "Invalid Address 225.225.225.225";
+inline constexpr char kInvalidUnspecified[] = "Invalid Address 0.0.0.0";
+inline constexpr char kInvalidIana[] = "Invalid Address,This Asign for 'IANA'";
+inline constexpr char kInvalidConferencing[] = "Invalid Address,This Asign for Conferencing";
+inline constexpr char kAddressErrorTitle[] = "Address Error";
+
 } // namespace sim::texts

@@ -19,7 +19,13 @@ std::optional<long> toLong(const QString& text);
 // failure for one out of range.
 Int16 toInt16(const QString& text);
 
-// The text without its leading and trailing blanks; other white space stays.
+// The number that the start of the text spells: a sign, digits with a decimal point, an exponent,
+// read up to the first character that cannot continue it. Text that does not begin with a number
+// gives 0. "0123" is 123, "300a" is 300, "1.5.2" is 1.5.
+double leadingNumber(const QString& text);
+
+// The text without its leading and trailing blanks. A blank is the space character alone: tabs, line
+// breaks and non-breaking spaces are kept.
 QString trimBlanks(const QString& text);
 
 } // namespace sim

@@ -2,13 +2,14 @@
 
 #include "codec/codec.h"
 #include "panel/texts.h"
+#include "platform/text_number.h"
 
 namespace sim {
 
 void ManualSend::Cmd_Send_Click() {
     Panel& p = panel_;
     const QString text = p.txt_Data_Input.text();
-    if (text.trimmed().isEmpty()) {
+    if (trimBlanks(text).isEmpty()) {
         dialogs_.messageBox(QLatin1String(texts::kPleaseInputData), msg_style::kExclamation,
                             QLatin1String(texts::kSendFailTitle));
         return;

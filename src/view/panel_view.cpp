@@ -6,6 +6,7 @@
 #include <QAbstractListModel>
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QKeyEvent>
@@ -15,9 +16,12 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QTimer>
 
 #include <algorithm>
+#include <limits>
+#include <optional>
 
 namespace sim::view {
 namespace {
@@ -209,25 +213,73 @@ private:
     std::vector<QString> rows_;
 };
 
+namespace {
+
+// The character a key gives, as a keyboard gives it, or nothing for a key that gives none (Tab, the
+// cursor keys, Delete, keys held with Alt or with Ctrl alone, which make no character but letters).
+// The clipboard keys of the Insert and Delete block give the characters of their Ctrl twins, so that
+// a box that refuses Ctrl+V refuses Shift+Insert too.
+std::optional<QChar> characterOf(const QKeyEvent* e) {
+    const Qt::KeyboardModifiers mods = e->modifiers();
+    const bool ctrl = mods.testFlag(Qt::ControlModifier);
+    const bool alt = mods.testFlag(Qt::AltModifier);
+    const bool shift = mods.testFlag(Qt::ShiftModifier);
+    constexpr char16_t kCopy = 3;
+    constexpr char16_t kPaste = 22;
+    constexpr char16_t kCut = 24;
+    switch (e->key()) {
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+    case Qt::Key_Escape:
+        return std::nullopt;
+    case Qt::Key_Backspace:
+        return QChar(ctrl ? char16_t{127} : char16_t{8});
+    case Qt::Key_Insert:
+        if (shift != ctrl) {
+            return QChar(shift ? kPaste : kCopy);
+        }
+        return std::nullopt;
+    case Qt::Key_Delete:
+        if (shift && !ctrl) {
+            return QChar(kCut);
+        }
+        return std::nullopt;
+    default:
+        break;
+    }
+    // Ctrl and Alt together stand for AltGr on some systems, which types characters.
+    if (ctrl != alt) {
+        if (ctrl && e->key() >= Qt::Key_A && e->key() <= Qt::Key_Z) {
+            return QChar(static_cast<char16_t>(e->key() - Qt::Key_A + 1));
+        }
+        return std::nullopt;
+    }
+    const QString text = e->text();
+    if (text.isEmpty()) {
+        return std::nullopt;
+    }
+    return text.at(0);
+}
+
+} // namespace
+
 // A text box: the model's character event runs first and may cancel or replace the character; what
 // its handlers change is already in the widget when the key is applied.
 class BoxEdit : public QLineEdit {
 public:
-    BoxEdit(PanelView& view, TextBox& box, QWidget* parent) : QLineEdit(parent), view_(view), box_(box) {}
+    BoxEdit(PanelView& view, TextBox& box, QWidget* parent) : QLineEdit(parent), view_(view), box_(box) {
+        setMaxLength(std::numeric_limits<int>::max()); // a box has no character limit
+    }
 
 protected:
     void keyPressEvent(QKeyEvent* e) override {
-        const QString text = e->text();
-        const bool ctrlBackspace =
-            e->key() == Qt::Key_Backspace && e->modifiers().testFlag(Qt::ControlModifier);
-        if ((text.isEmpty() && !ctrlBackspace) || e->key() == Qt::Key_Tab || e->key() == Qt::Key_Backtab ||
-            e->key() == Qt::Key_Delete || e->key() == Qt::Key_Escape) {
+        const std::optional<QChar> ch = characterOf(e);
+        if (!ch) {
             QLineEdit::keyPressEvent(e);
             return;
         }
-        const QChar ch = ctrlBackspace ? QChar(char16_t{127}) : text.at(0);
-        const int original = code_page::ansiCode(ch);
-        const int code = view_.op_.filterCharacter(box_, ch);
+        const int original = code_page::ansiCode(*ch);
+        const int code = view_.op_.filterCharacter(box_, *ch);
         if (code == 0) {
             e->accept();
             return;
@@ -241,7 +293,39 @@ protected:
         }
     }
 
+    // A box entered by a click keeps the selection the model gave it on entry; the press would
+    // otherwise put the caret where it landed.
+    void mousePressEvent(QMouseEvent* e) override {
+        const bool entered = view_.takeEntrySelection(box_);
+        if (entered && e->button() == Qt::LeftButton) {
+            e->accept();
+            return;
+        }
+        QLineEdit::mousePressEvent(e);
+    }
+
+    // The middle button pastes the X11 selection: a paste, allowed where Ctrl+V is.
+    void mouseReleaseEvent(QMouseEvent* e) override {
+        if (e->button() == Qt::MiddleButton && QGuiApplication::clipboard()->supportsSelection() &&
+            !pasteAllowed()) {
+            e->accept();
+            return;
+        }
+        QLineEdit::mouseReleaseEvent(e);
+    }
+
+    // Text dropped onto the box is a paste too.
+    void dropEvent(QDropEvent* e) override {
+        if (!pasteAllowed()) {
+            e->ignore();
+            return;
+        }
+        QLineEdit::dropEvent(e);
+    }
+
 private:
+    bool pasteAllowed() { return view_.op_.filterCharacter(box_, QChar(char16_t{22})) != 0; }
+
     PanelView& view_;
     TextBox& box_;
 };
@@ -261,6 +345,21 @@ PanelView::PanelView(Panel& panel, Operator& op) : panel_(panel), op_(op) {
     }
     pushSize();
     flushRows();
+    if (const QScreen* shown = screen()) {
+        move(centredOn(shown->availableGeometry(), size()));
+    }
+}
+
+QPoint PanelView::centredOn(const QRect& available, const QSize& size) {
+    const int left = available.left() + (available.width() - size.width()) / 2;
+    const int top = available.top() + (available.height() - size.height()) / 2;
+    return {std::max(left, available.left()), std::max(top, available.top())};
+}
+
+bool PanelView::takeEntrySelection(const TextBox& box) {
+    const bool keep = keptSelection_ == &box;
+    keptSelection_ = nullptr;
+    return keep;
 }
 
 PanelView::~PanelView() {
@@ -378,6 +477,7 @@ QWidget* PanelView::create(Control& control, QWidget* parent) {
         combo->setInsertPolicy(QComboBox::NoInsert);
         combo->setMaxVisibleItems(8);
         combo->addItems(model.entries());
+        combo->lineEdit()->setMaxLength(std::numeric_limits<int>::max());
         connect(combo, &QComboBox::activated, this, [this, &model](int index) { op_.choose(model, index); });
         connect(combo->lineEdit(), &QLineEdit::textEdited, this,
                 [this, &model](const QString& text) { op_.edited(model, text); });
@@ -400,6 +500,9 @@ void PanelView::changed(Control* control, Prop prop) {
     if (control == nullptr) {
         pushSize();
         return;
+    }
+    if (prop == Prop::Selection && control == entering_) {
+        entrySelected_ = true;
     }
     switch (prop) {
     case Prop::Rows:
@@ -527,8 +630,11 @@ bool PanelView::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PanelView::reportFocus(QObject* watched, Qt::FocusReason reason) {
-    // Focus that comes back from a dialog or another window is no move between controls.
-    if (reason == Qt::PopupFocusReason || reason == Qt::ActiveWindowFocusReason) {
+    keptSelection_ = nullptr;
+    // Focus that comes back from a dialog or another window is no move between controls. The first
+    // focus of the window is one, though: the model learns where the focus starts.
+    if (reason == Qt::PopupFocusReason ||
+        (reason == Qt::ActiveWindowFocusReason && panel_.focused() != nullptr)) {
         return;
     }
     auto it = controls_.find(static_cast<QWidget*>(watched));
@@ -541,9 +647,17 @@ void PanelView::reportFocus(QObject* watched, Qt::FocusReason reason) {
     const bool clickFollows = reason == Qt::MouseFocusReason &&
                               (control.kind() == Kind::Button || control.kind() == Kind::OptionButton ||
                                control.kind() == Kind::CheckBox);
-    if (!clickFollows) {
-        op_.focus(control);
+    if (clickFollows) {
+        return;
     }
+    // A box clicked into keeps what its entry selected, if the model selected anything on entry.
+    entering_ = reason == Qt::MouseFocusReason ? &control : nullptr;
+    entrySelected_ = false;
+    op_.focus(control);
+    if (entering_ != nullptr && entrySelected_ && panel_.focused() == &control) {
+        keptSelection_ = &control;
+    }
+    entering_ = nullptr;
 }
 
 void PanelView::closeEvent(QCloseEvent* event) {

@@ -31,6 +31,9 @@ public:
 
     // Client area in pixels for the form's outer size in twips.
     static QSize clientSize(int widthTwips, int heightTwips);
+    // Where a window of this size stands centred on a screen's free area; one too large for it keeps
+    // its top-left corner on the area, so that its title bar stays in reach.
+    static QPoint centredOn(const QRect& available, const QSize& size);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -45,6 +48,9 @@ private:
     void pushFocus(Control* control);
     void pushSize();
     void reportFocus(QObject* watched, Qt::FocusReason reason);
+    // True once for the box that a click has just put the focus into, when the model selected text
+    // in it on entry: the click must not put the caret over that selection.
+    bool takeEntrySelection(const TextBox& box);
 
     Panel& panel_;
     Operator& op_;
@@ -54,6 +60,9 @@ private:
     RowsModel* rows_ = nullptr;
     QTimer* rowTimer_ = nullptr;
     bool pushing_ = false;
+    const Control* entering_ = nullptr;
+    bool entrySelected_ = false;
+    const Control* keptSelection_ = nullptr;
 };
 
 } // namespace sim::view

@@ -22,6 +22,7 @@ public:
     void enterModal() { ++modalDepth_; }
     void leaveModal();
     void setQuitting() { quitting_ = true; }
+    bool quitting() const { return quitting_; }
 
 private:
     void schedule();

@@ -1,9 +1,13 @@
 #include "platform/qt/qt_services.h"
 
+#include "platform/runtime_failure.h"
+
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDesktopServices>
+#include <QDialog>
 #include <QDir>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -11,19 +15,106 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QUrl>
+#include <QWindow>
 
 namespace sim::qt {
 namespace {
 
-// Holds the form's events back for as long as a dialog is open.
-class ModalScope {
+bool isInput(QEvent::Type type) {
+    switch (type) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::ShortcutOverride:
+    case QEvent::Shortcut:
+    case QEvent::ContextMenu:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::TabletPress:
+    case QEvent::TabletMove:
+    case QEvent::TabletRelease:
+    case QEvent::DragEnter:
+    case QEvent::DragMove:
+    case QEvent::Drop:
+    case QEvent::HoverEnter:
+    case QEvent::HoverMove:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Runs a dialog modal to the form's window, in a loop of its own. The form's events wait at the gate
+// and the window takes no input, but the window can still be closed, which ends the program. Qt's
+// own modality is not used for this: it would drop the window manager's close of a blocked window.
+class ModalRun : public QObject {
 public:
-    explicit ModalScope(EventGate& gate) : gate_(gate) { gate_.enterModal(); }
-    ~ModalScope() { gate_.leaveModal(); }
-    ModalScope(const ModalScope&) = delete;
-    ModalScope& operator=(const ModalScope&) = delete;
+    ModalRun(QDialog& dialog, QWidget* window, EventGate& gate)
+        : dialog_(dialog), window_(window != nullptr ? window->window() : nullptr), gate_(gate) {}
+
+    // The dialog's result. Throws ApplicationQuit when the window was closed meanwhile, so that the
+    // handler that asked goes no further.
+    int exec() {
+        gate_.enterModal();
+        QCoreApplication::instance()->installEventFilter(this);
+        QEventLoop loop;
+        QObject::connect(&dialog_, &QDialog::finished, &loop, &QEventLoop::quit);
+        dialog_.setWindowModality(Qt::NonModal);
+        dialog_.show();
+        dialog_.raise();
+        dialog_.activateWindow();
+        loop.exec(QEventLoop::DialogExec);
+        dialog_.hide();
+        QCoreApplication::instance()->removeEventFilter(this);
+        gate_.leaveModal();
+        if (gate_.quitting()) {
+            throw ApplicationQuit();
+        }
+        if (window_ != nullptr) {
+            window_->activateWindow();
+        }
+        return dialog_.result();
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (window_ == nullptr) {
+            return false;
+        }
+        if (isInput(event->type()) && inWindow(watched)) {
+            return true;
+        }
+        if (event->type() == QEvent::WindowActivate && watched == window_) {
+            // The window was brought forward: the dialog goes in front of it again.
+            QMetaObject::invokeMethod(
+                &dialog_,
+                [dialog = &dialog_] {
+                    dialog->raise();
+                    dialog->activateWindow();
+                },
+                Qt::QueuedConnection);
+        }
+        return false;
+    }
 
 private:
+    bool inWindow(QObject* object) const {
+        if (const auto* widget = qobject_cast<QWidget*>(object)) {
+            return widget->window() == window_;
+        }
+        if (const auto* window = qobject_cast<QWindow*>(object)) {
+            return window == window_->windowHandle();
+        }
+        return false;
+    }
+
+    QDialog& dialog_;
+    QPointer<QWidget> window_;
     EventGate& gate_;
 };
 
@@ -60,22 +151,28 @@ QString qtFilter(const QString& filter, int index, QString* selected) {
 } // namespace
 
 void QtDialogs::messageBox(const QString& text, int style, const std::optional<QString>& title) {
-    ModalScope scope(gate_);
     QMessageBox box(iconFor(style), title.value_or(QCoreApplication::applicationName()), text,
                     QMessageBox::Ok, parent_);
-    box.exec();
+    ModalRun(box, parent_, gate_).exec();
 }
 
 std::optional<QString> QtDialogs::showSave(const SaveDialogRequest& request) {
-    ModalScope scope(gate_);
     QString selected;
     const QString filter = qtFilter(request.filter, request.filterIndex, &selected);
-    QFileDialog::Options options;
+    // A path for the folder starts there with the file's name chosen, as the static dialog does.
+    QFileDialog dialog(parent_, QString(), request.fileName, filter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
     if (!request.promptOverwrite) {
-        options |= QFileDialog::DontConfirmOverwrite;
+        dialog.setOption(QFileDialog::DontConfirmOverwrite);
     }
-    const QString chosen =
-        QFileDialog::getSaveFileName(parent_, QString(), request.fileName, filter, &selected, options);
+    if (!selected.isEmpty()) {
+        dialog.selectNameFilter(selected);
+    }
+    if (ModalRun(dialog, parent_, gate_).exec() != QDialog::Accepted) {
+        return std::nullopt;
+    }
+    const QString chosen = dialog.selectedFiles().value(0);
     if (chosen.isEmpty()) {
         return std::nullopt;
     }
