@@ -263,6 +263,9 @@ void ComboBox::setBackColor(unsigned colour) {
 void ListBox::addItem(const QString& row) {
     rows_.push_back(row);
     changed(Prop::Rows);
+    if (rowAdded) {
+        rowAdded(row);
+    }
 }
 
 void ListBox::removeItem(int index) {

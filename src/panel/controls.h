@@ -168,6 +168,9 @@ public:
     void setListIndex(int index);
     const std::deque<QString>& rows() const { return rows_; }
 
+    // Told of each row as AddItem takes it, for whoever copies the list elsewhere.
+    std::function<void(const QString& row)> rowAdded;
+
 private:
     std::deque<QString> rows_;
     Int16 listIndex_{-1};
