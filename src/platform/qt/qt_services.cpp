@@ -12,6 +12,8 @@
 #include <QStandardPaths>
 #include <QUrl>
 
+#include <cstdio>
+
 namespace sim::qt {
 namespace {
 
@@ -80,6 +82,19 @@ std::optional<QString> QtDialogs::showSave(const SaveDialogRequest& request) {
         return std::nullopt;
     }
     return QDir::toNativeSeparators(chosen);
+}
+
+void HeadlessDialogs::messageBox(const QString& text, int /*style*/, const std::optional<QString>& title) {
+    const ModalScope scope(gate_);
+    const QString line =
+        title.value_or(QCoreApplication::applicationName()) + QStringLiteral(": ") + text + QLatin1Char('\n');
+    std::fputs(line.toUtf8().constData(), stderr);
+    std::fflush(stderr);
+}
+
+std::optional<QString> HeadlessDialogs::showSave(const SaveDialogRequest& /*request*/) {
+    const ModalScope scope(gate_);
+    return std::nullopt;
 }
 
 QString QtSettingsStore::read(const QString& app, const QString& section, const QString& key,
