@@ -338,8 +338,15 @@ std::optional<QString> Profile::applyTo(Panel& panel) const {
             wrong = write(*entry, control,
                           [c = control, &text = entry->value] { static_cast<TextBox*>(c)->setText(text); });
         } else if (control->kind() == Kind::ComboBox) {
-            wrong = write(*entry, control,
-                          [c = control, &text = entry->value] { static_cast<ComboBox*>(c)->setText(text); });
+            // The text of an entry of the list chooses that entry, as typing or picking it does.
+            wrong = write(*entry, control, [c = static_cast<ComboBox*>(control), &text = entry->value] {
+                const auto index = c->entries().indexOf(text);
+                if (index >= 0) {
+                    c->setListIndex(static_cast<int>(index));
+                } else {
+                    c->setText(text);
+                }
+            });
         }
         if (wrong) {
             return wrong;
