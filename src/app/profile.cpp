@@ -15,7 +15,7 @@ namespace sim {
 namespace {
 
 // A profile is a few lines; anything much bigger is the wrong file.
-constexpr qint64 kMaxBytes = 1024 * 1024;
+constexpr qint64 kMaxBytes = qint64{1024} * 1024;
 
 struct Key {
     const char* name;
