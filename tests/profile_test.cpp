@@ -154,8 +154,7 @@ TEST(Profile, ABadProfileIsNamedByFileLineAndKey) {
         {{QStringLiteral("=true")},
          QStringLiteral("run.ini:1: '=true': a line reads control=value, such as opt_Client=true")},
         {{QStringLiteral("txt_Data_Input=a\tb")},
-         QStringLiteral("run.ini:1: txt_Data_Input: character 2 is a control character, which a box does not "
-                        "take")},
+         QStringLiteral("run.ini:1: txt_Data_Input: character 2 is a control character")},
         {{QStringLiteral("opt_HexA=true"), QStringLiteral("txt_Data_Input=0A 0B")},
          QStringLiteral("run.ini:2: txt_Data_Input: the box refuses ' ' (character 3) from the keyboard")},
         {{QStringLiteral("chkMode=true"), QStringLiteral("opt_HexA=true"), QStringLiteral("txtStep(2)=GG")},

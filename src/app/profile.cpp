@@ -244,10 +244,7 @@ std::optional<QString> Profile::check(const Panel& panel) const {
         const Control& control = *it->second;
         if (!isSwitch(control)) {
             if (const auto at = refusedAt(nullptr, entry.value)) {
-                return where(entry) +
-                       QStringLiteral(": character %1 is a control character, which a box does "
-                                      "not take")
-                           .arg(*at + 1);
+                return where(entry) + QStringLiteral(": character %1 is a control character").arg(*at + 1);
             }
             continue;
         }
