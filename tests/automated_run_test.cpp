@@ -85,17 +85,6 @@ TEST(AutomatedRun, AListeningRunEndsWithCloseAndClosesOnceTheListenHandlerHasRet
     EXPECT_EQ(f.verdict.exitStatus(), 0);
 }
 
-TEST(AutomatedRun, ADialToNothingFailsWithItsLineAndItsMessageBox) {
-    Unattended f(kDestination, {true, 1500});
-    f.go();
-    const QStringList rows = f.rows();
-    EXPECT_EQ(rows.filter(QStringLiteral("Client Socket Error : Referance Err_Log File")).size(), 1);
-    EXPECT_EQ(rows.last(), QStringLiteral("[10:00:00.000] : Connection Fail"));
-    ASSERT_EQ(f.sim.dialogs.shown.size(), 1U);
-    EXPECT_EQ(f.sim.dialogs.shown[0].text, QStringLiteral("E........"));
-    EXPECT_EQ(f.verdict.exitStatus(), 1);
-}
-
 TEST(AutomatedRun, AMessageBoxAloneFailsTheRun) {
     // No port to listen on; the run ends before the lost link would be reported a second later.
     Unattended f({QStringLiteral("opt_Client=true")}, {true, 500});
@@ -104,26 +93,6 @@ TEST(AutomatedRun, AMessageBoxAloneFailsTheRun) {
     EXPECT_EQ(f.sim.dialogs.shown[0].text, QStringLiteral("Input Port No"));
     EXPECT_TRUE(f.rows().isEmpty());
     EXPECT_EQ(f.verdict.exitStatus(), 1);
-}
-
-TEST(AutomatedRun, ARepeatRunSendsItsCountAndEndsWithClose) {
-    QStringList profile = kDestination;
-    profile << QStringLiteral("opt_Send_Only=true") << QStringLiteral("opt_Repeat=true")
-            << QStringLiteral("com_Timegap=0.01") << QStringLiteral("com_Count=20")
-            << QStringLiteral("txt_Data_Input=ping");
-    Unattended f(profile, {true, 1000});
-    f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
-    f.go();
-    Bytes expected;
-    for (int i = 0; i < 20; ++i) {
-        const Bytes ping = bytesOf("ping");
-        expected.insert(expected.end(), ping.begin(), ping.end());
-    }
-    ASSERT_TRUE(f.sim.network.lastLink());
-    EXPECT_EQ(f.sim.network.lastLink()->received(), expected);
-    EXPECT_EQ(f.rows().filter(QStringLiteral("] : Send [4 byte] :  ping")).size(), 20);
-    EXPECT_EQ(f.rows().last(), QStringLiteral("[10:00:01.000] : Client Disconnected"));
-    EXPECT_EQ(f.verdict.exitStatus(), 0);
 }
 
 TEST(AutomatedRun, AProgramRunIsStartedAndEndedByItsOwnButton) {
