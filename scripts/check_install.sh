@@ -71,7 +71,17 @@ status=0
 "${nodisplay[@]}" "$exe" --no-such-option >/dev/null 2>"$work/err" || status=$?
 [ "$status" -eq 2 ] || fail "an unknown option ended with $status, not 2"
 grep -q "Unknown option 'no-such-option'" "$work/err" || fail "an unknown option is not named"
-echo "command line: --version, --help and an unknown option as expected"
+# A profile printed and a bad one refused, without a display, in folders of their own.
+pp="$work/profile"
+mkdir -p "$pp/home" "$pp/config" "$pp/data"
+inpp=("${nodisplay[@]}" HOME="$pp/home" XDG_CONFIG_HOME="$pp/config" XDG_DATA_HOME="$pp/data")
+(cd "$pp/home" && "${inpp[@]}" "$exe" --print-profile) | grep -qx 'opt_Server=true' || fail "--print-profile"
+printf 'opt_Client=maybe\n' > "$pp/bad.ini"
+status=0
+(cd "$pp/home" && "${inpp[@]}" "$exe" --headless --profile "$pp/bad.ini" --start) 2>"$work/err" || status=$?
+[ "$status" -eq 2 ] || fail "a bad profile ended with $status, not 2"
+grep -q "bad.ini:1: opt_Client: " "$work/err" || fail "a bad profile is not named by file, line and key"
+echo "command line: --version, --help, an unknown option, --print-profile and a bad profile as expected"
 
 # One start from a read-only copy, in an empty home folder as a start from the menu leaves it, with the
 # settings and data folders of its own. As root a read-only folder is still writable, so the program runs

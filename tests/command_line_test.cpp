@@ -81,5 +81,70 @@ TEST(CommandLine, AnythingElseIsAUsageErrorOnStandardErrorWithStatusTwo) {
     }
 }
 
+TEST(CommandLine, TheOptionsOfARunAreReadIntoItsRequest) {
+    const Outcome plain = run({});
+    EXPECT_FALSE(plain.request.automated()) << "started with no options, nothing changes";
+
+    const Outcome o =
+        run({QStringLiteral("--headless"), QStringLiteral("--profile"), QStringLiteral("echo.ini"),
+             QStringLiteral("--start"), QStringLiteral("--duration"), QStringLiteral("600"),
+             QStringLiteral("--quiet"), QStringLiteral("-platform"), QStringLiteral("offscreen")});
+    ASSERT_TRUE(o.run) << o.err.toStdString();
+    EXPECT_TRUE(o.request.automated());
+    EXPECT_TRUE(o.request.headless);
+    EXPECT_EQ(o.request.profile, QStringLiteral("echo.ini"));
+    EXPECT_TRUE(o.request.start);
+    EXPECT_EQ(o.request.durationMs, 600000);
+    EXPECT_TRUE(o.request.quiet);
+    EXPECT_FALSE(o.request.printProfile);
+
+    const struct {
+        const char* seconds;
+        int ms;
+    } durations[] = {{"0.5", 500}, {"2", 2000}, {"0.0001", 1}, {"0.0105", 11}, {"2000000", 2000000000}};
+    for (const auto& d : durations) {
+        const Outcome timed = run({QStringLiteral("--duration=%1").arg(QLatin1String(d.seconds))});
+        ASSERT_TRUE(timed.run) << d.seconds;
+        EXPECT_EQ(timed.request.durationMs, d.ms) << d.seconds;
+        EXPECT_TRUE(timed.request.automated());
+    }
+
+    const Outcome print = run({QStringLiteral("--print-profile"), QStringLiteral("--profile=a b.ini")});
+    ASSERT_TRUE(print.run);
+    EXPECT_TRUE(print.request.printProfile);
+    EXPECT_EQ(print.request.profile, QStringLiteral("a b.ini"));
+}
+
+TEST(CommandLine, ADurationOrProfileThatCannotBeUsedIsAUsageError) {
+    const QString duration =
+        QStringLiteral("--duration takes a number of seconds above 0 and up to 2000000, such as "
+                       "600 or 0.5, not '%1'.");
+    struct Case {
+        QStringList arguments;
+        QString message;
+    };
+    const QList<Case> cases = {
+        {{QStringLiteral("--duration"), QStringLiteral("0")}, duration.arg(QStringLiteral("0"))},
+        {{QStringLiteral("--duration=-1")}, duration.arg(QStringLiteral("-1"))},
+        {{QStringLiteral("--duration=ten")}, duration.arg(QStringLiteral("ten"))},
+        {{QStringLiteral("--duration=0,5")}, duration.arg(QStringLiteral("0,5"))},
+        {{QStringLiteral("--duration=nan")}, duration.arg(QStringLiteral("nan"))},
+        {{QStringLiteral("--duration=inf")}, duration.arg(QStringLiteral("inf"))},
+        {{QStringLiteral("--duration=2000001")}, duration.arg(QStringLiteral("2000001"))},
+        {{QStringLiteral("--duration")}, QStringLiteral("Missing value after '--duration'.")},
+        {{QStringLiteral("--profile=")}, QStringLiteral("--profile needs the name of a file.")},
+        {{QStringLiteral("--print-profile"), QStringLiteral("--start")},
+         QStringLiteral("--print-profile prints and exits; it does not go with --start or --duration.")},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments.join(QLatin1Char(' ')).toStdString());
+        const Outcome o = run(c.arguments);
+        EXPECT_FALSE(o.run);
+        EXPECT_EQ(o.status, 2);
+        EXPECT_TRUE(o.err.startsWith(QStringLiteral("traffic_simulator: ") + c.message + QLatin1Char('\n')))
+            << o.err.toStdString();
+    }
+}
+
 } // namespace
 } // namespace sim::cli

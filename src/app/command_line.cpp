@@ -2,6 +2,9 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QLocale>
+
+#include <cmath>
 
 namespace sim::cli {
 namespace {
@@ -38,6 +41,25 @@ struct Parser {
                             QStringLiteral("Show this help and exit.")};
     QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
                                QStringLiteral("Show the version and exit.")};
+    QCommandLineOption profile{
+        QStringLiteral("profile"),
+        QStringLiteral("Set the panel from FILE after start-up: one control=value a line."),
+        QStringLiteral("FILE")};
+    QCommandLineOption printProfile{
+        QStringLiteral("print-profile"),
+        QStringLiteral(
+            "Print the panel's start-up values (with --profile, after it) as a profile and exit.")};
+    QCommandLineOption start{QStringLiteral("start"),
+                             QStringLiteral("Press the button that starts the run: Connect or Listen, the "
+                                            "Connect & Close button, or the program's Start.")};
+    QCommandLineOption duration{QStringLiteral("duration"),
+                                QStringLiteral("End the run after SECONDS as Close does, then quit."),
+                                QStringLiteral("SECONDS")};
+    QCommandLineOption headless{QStringLiteral("headless"),
+                                QStringLiteral("Run without a window; message boxes are answered at once "
+                                               "and printed to standard error.")};
+    QCommandLineOption quiet{QStringLiteral("quiet"),
+                             QStringLiteral("Do not print the list's rows on standard output.")};
 
     Parser() {
         // Qt's options are single-dash words; ours are long options and -h, -v.
@@ -47,6 +69,10 @@ struct Parser {
                            "TCP link.\nStarted without options it opens its window."));
         parser.addOption(help);
         parser.addOption(version);
+        for (const QCommandLineOption* own :
+             {&profile, &printProfile, &start, &duration, &headless, &quiet}) {
+            parser.addOption(*own);
+        }
         for (const QtOption& qt : kQtOptions) {
             QCommandLineOption option(QString::fromLatin1(qt.name));
             if (qt.valueName != nullptr) {
@@ -61,7 +87,38 @@ struct Parser {
         // Qt names the program from the application object, which does not exist yet.
         QString text = parser.helpText();
         text.replace(0, text.indexOf(QLatin1Char('\n')), QStringLiteral("Usage: %1 [options]").arg(program));
-        return text + QStringLiteral("\nQt's own options, such as -platform and -style, are accepted too.\n");
+        return text + QStringLiteral("\nQt's own options, such as -platform and -style, are accepted too.\n"
+                                     "Exit status of a run with options: 0 no failure, 1 a failure, 2 a bad "
+                                     "command line or profile.\n");
+    }
+
+    // The options of a run, or the reason they cannot be used.
+    QString readRequest(RunRequest& request) const {
+        request.profile = parser.value(profile);
+        request.printProfile = parser.isSet(printProfile);
+        request.start = parser.isSet(start);
+        request.headless = parser.isSet(headless);
+        request.quiet = parser.isSet(quiet);
+        if (parser.isSet(profile) && request.profile.isEmpty()) {
+            return QStringLiteral("--profile needs the name of a file.");
+        }
+        if (parser.isSet(duration)) {
+            bool ok = false;
+            const double seconds = QLocale::c().toDouble(parser.value(duration).trimmed(), &ok);
+            if (!ok || !std::isfinite(seconds) || seconds <= 0 || seconds > kMaxDurationSeconds) {
+                return QStringLiteral(
+                           "--duration takes a number of seconds above 0 and up to %1, such as 600 "
+                           "or 0.5, not '%2'.")
+                    .arg(kMaxDurationSeconds)
+                    .arg(parser.value(duration));
+            }
+            request.durationMs = static_cast<int>(std::ceil(seconds * 1000.0));
+        }
+        if (request.printProfile && (request.start || request.durationMs)) {
+            return QStringLiteral(
+                "--print-profile prints and exits; it does not go with --start or --duration.");
+        }
+        return {};
     }
 };
 
@@ -77,6 +134,8 @@ Outcome parseCommandLine(const QStringList& arguments) {
         error = p.parser.errorText();
     } else if (!p.parser.positionalArguments().isEmpty()) {
         error = QStringLiteral("Unexpected argument '%1'.").arg(p.parser.positionalArguments().first());
+    } else {
+        error = p.readRequest(outcome.request);
     }
     if (!error.isEmpty()) {
         outcome.run = false;

@@ -284,6 +284,9 @@ void ListBox::addItem(const QString& row) {
     rows_.push_back(row);
     ++added_;
     listChanged(Prop::Rows);
+    if (rowAdded) {
+        rowAdded(row);
+    }
 }
 
 void ListBox::removeItem(int index) {

@@ -186,6 +186,9 @@ public:
     // rows by the difference, however the rows were announced and however many the list let go.
     std::uint64_t added() const { return added_; }
 
+    // Told of each row as AddItem takes it, for whoever copies the list elsewhere.
+    std::function<void(const QString& row)> rowAdded;
+
 private:
     void listChanged(Prop prop);
     std::deque<QString> rows_;

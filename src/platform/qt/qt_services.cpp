@@ -17,6 +17,8 @@
 #include <QUrl>
 #include <QWindow>
 
+#include <cstdio>
+
 namespace sim::qt {
 namespace {
 
@@ -118,6 +120,19 @@ private:
     EventGate& gate_;
 };
 
+// A dialog that needs no loop of its own: the gate holds the form's events while it is up, as for one on
+// the screen.
+class ModalScope {
+public:
+    explicit ModalScope(EventGate& gate) : gate_(gate) { gate_.enterModal(); }
+    ~ModalScope() { gate_.leaveModal(); }
+    ModalScope(const ModalScope&) = delete;
+    ModalScope& operator=(const ModalScope&) = delete;
+
+private:
+    EventGate& gate_;
+};
+
 QMessageBox::Icon iconFor(int style) {
     switch (style & 0x70) {
     case msg_style::kCritical:
@@ -177,6 +192,19 @@ std::optional<QString> QtDialogs::showSave(const SaveDialogRequest& request) {
         return std::nullopt;
     }
     return QDir::toNativeSeparators(chosen);
+}
+
+void HeadlessDialogs::messageBox(const QString& text, int /*style*/, const std::optional<QString>& title) {
+    const ModalScope scope(gate_);
+    const QString line =
+        title.value_or(QCoreApplication::applicationName()) + QStringLiteral(": ") + text + QLatin1Char('\n');
+    std::fputs(line.toUtf8().constData(), stderr);
+    std::fflush(stderr);
+}
+
+std::optional<QString> HeadlessDialogs::showSave(const SaveDialogRequest& /*request*/) {
+    const ModalScope scope(gate_);
+    return std::nullopt;
 }
 
 QString QtSettingsStore::read(const QString& app, const QString& section, const QString& key,

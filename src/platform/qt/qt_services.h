@@ -21,6 +21,19 @@ private:
     QPointer<QWidget> parent_;
 };
 
+// The dialogs of a run without a window, where nobody can answer them: each message box is answered with
+// its default button at once and printed to standard error as "TITLE: TEXT"; the Save dialog is
+// cancelled. The gate holds the form's events back meanwhile, as for a dialog on the screen.
+class HeadlessDialogs : public Dialogs {
+public:
+    explicit HeadlessDialogs(EventGate& gate) : gate_(gate) {}
+    void messageBox(const QString& text, int style, const std::optional<QString>& title) override;
+    std::optional<QString> showSave(const SaveDialogRequest& request) override;
+
+private:
+    EventGate& gate_;
+};
+
 // The per-user store; each write reaches the disk before it returns, since nothing is saved at exit.
 class QtSettingsStore : public SettingsStore {
 public:

@@ -1,0 +1,383 @@
+#include "app/profile.h"
+
+#include "platform/code_page.h"
+#include "platform/runtime_failure.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStringDecoder>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+namespace sim {
+namespace {
+
+// A profile is a few lines; anything much bigger is the wrong file.
+constexpr qint64 kMaxBytes = qint64{1024} * 1024;
+
+struct Key {
+    const char* name;
+    int index = -1;
+};
+
+// The order the settings are applied in. The role comes first, since its Click sets the repeat option;
+// then the options from the top of the panel down: data format, action (it enables or clears the check
+// box), repeat, the check box (it selects OneTime, so it follows the repeat row), log level and connection
+// style. The texts come last, so that no Click empties one after it was written (the data format's
+// does), in the order the panel shows them.
+constexpr Key kOrder[] = {
+    {"opt_Server"},
+    {"opt_Client"},
+    {"opt_Ascii"},
+    {"opt_HexA"},
+    {"opt_Receive_Only"},
+    {"opt_Send_Only"},
+    {"opt_Send_recv"},
+    {"opt_Send_input"},
+    {"opt_Repeat"},
+    {"opt_OneTime"},
+    {"chkMode"},
+    {"opt_None"},
+    {"opt_List"},
+    {"opt_File"},
+    {"Opt_List_File"},
+    {"Opt_Cnn1"},
+    {"Opt_Cnn2"},
+    {"txt_Destination_IP", 0},
+    {"txt_Destination_IP", 1},
+    {"txt_Destination_IP", 2},
+    {"txt_Destination_IP", 3},
+    {"txt_Destination_Port"},
+    {"txt_Port"},
+    {"com_Timegap"},
+    {"com_Count"},
+    {"txtStep", 0},
+    {"txtTimeGap", 0},
+    {"txtStep", 1},
+    {"txtTimeGap", 1},
+    {"txtStep", 2},
+    {"txtTimeGap", 2},
+    {"txtStep", 3},
+    {"txt_Logfile"},
+    {"txt_Data_Input"},
+};
+
+QString keyText(const Key& key) {
+    const QString name = QString::fromLatin1(key.name);
+    return key.index < 0 ? name : QStringLiteral("%1(%2)").arg(name).arg(key.index);
+}
+
+bool isSwitch(const Control& c) {
+    return c.kind() == Kind::OptionButton || c.kind() == Kind::CheckBox;
+}
+
+// The controls of the profile, in the order they are applied.
+std::vector<std::pair<QString, Control*>> settable(const Panel& panel) {
+    std::vector<std::pair<QString, Control*>> out;
+    for (const Key& key : kOrder) {
+        out.emplace_back(keyText(key), panel.find(key.name, key.index));
+    }
+    return out;
+}
+
+std::optional<bool> parseSwitch(const QString& value) {
+    if (value.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 || value == QLatin1String("1")) {
+        return true;
+    }
+    if (value.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0 || value == QLatin1String("0")) {
+        return false;
+    }
+    return std::nullopt;
+}
+
+bool switchValue(const Control& c) {
+    return c.kind() == Kind::OptionButton ? static_cast<const OptionButton&>(c).value()
+                                          : static_cast<const CheckBox&>(c).value() == 1;
+}
+
+QString textValue(const Control& c) {
+    return c.kind() == Kind::TextBox ? static_cast<const TextBox&>(c).text()
+                                     : static_cast<const ComboBox&>(c).text();
+}
+
+QString valueOf(const Control& c) {
+    if (isSwitch(c)) {
+        return switchValue(c) ? QStringLiteral("true") : QStringLiteral("false");
+    }
+    return textValue(c);
+}
+
+// A text is written in double quotes when it would otherwise lose its blanks or its own quotes.
+QString quoted(const QString& text) {
+    const bool inQuotes =
+        text.size() >= 2 && text.startsWith(QLatin1Char('"')) && text.endsWith(QLatin1Char('"'));
+    return text.trimmed() != text || inQuotes ? QLatin1Char('"') + text + QLatin1Char('"') : text;
+}
+
+// The character the box's own key filter refuses, as it would from an operator's keyboard: each
+// character goes through the KeyPress handler the form wired to the box, whichever that is. A handler
+// that fails on a character has not taken it. Keys that make no character (Tab, Enter) and Backspace
+// cannot stand in a text.
+std::optional<qsizetype> refusedAt(TextBox* box, const QString& text) {
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar ch = text.at(i);
+        if (ch.unicode() < 32 || ch.unicode() == 127) {
+            return i;
+        }
+        if (box == nullptr || !box->KeyPress) {
+            continue; // a box with no filter takes every character
+        }
+        Int16 code = code_page::ansiCode(ch);
+        try {
+            box->KeyPress(code);
+        } catch (const RuntimeFailure&) {
+            code = 0;
+        }
+        if (code == 0) {
+            return i;
+        }
+    }
+    return std::nullopt;
+}
+
+QString nearestKey(const QString& key) {
+    for (const Key& k : kOrder) {
+        if (keyText(k).compare(key, Qt::CaseInsensitive) == 0) {
+            return keyText(k);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+std::optional<Profile> Profile::load(const QString& path, QString* error) {
+    const QFileInfo info(path);
+    QFile file(path);
+    if (info.isDir()) {
+        *error = QStringLiteral("%1: cannot be read: it is a folder").arg(path);
+        return std::nullopt;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("%1: cannot be read: %2").arg(path, file.errorString());
+        return std::nullopt;
+    }
+    const QByteArray bytes = file.read(kMaxBytes + 1);
+    if (bytes.size() > kMaxBytes) {
+        *error = QStringLiteral("%1: is larger than 1 MiB, too large for a profile").arg(path);
+        return std::nullopt;
+    }
+    if (file.error() != QFileDevice::NoError) {
+        *error = QStringLiteral("%1: cannot be read: %2").arg(path, file.errorString());
+        return std::nullopt;
+    }
+    QStringDecoder utf8(QStringConverter::Utf8);
+    const QString text = utf8(bytes);
+    if (utf8.hasError()) {
+        *error = QStringLiteral("%1: is not UTF-8 text").arg(path);
+        return std::nullopt;
+    }
+    return parse(text, path, error);
+}
+
+std::optional<Profile> Profile::parse(const QString& text, const QString& file, QString* error) {
+    Profile profile;
+    profile.file_ = file;
+    std::map<QString, int> seen;
+    const QStringList lines = text.split(QLatin1Char('\n'));
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const int number = static_cast<int>(i) + 1;
+        QString line = lines.at(i);
+        if (i == 0 && line.startsWith(QChar(0xFEFF))) {
+            line.remove(0, 1);
+        }
+        const QString bare = line.trimmed();
+        if (bare.isEmpty() || bare.startsWith(QLatin1Char(';')) || bare.startsWith(QLatin1Char('#')) ||
+            (bare.startsWith(QLatin1Char('[')) && bare.endsWith(QLatin1Char(']')))) {
+            continue;
+        }
+        const qsizetype eq = line.indexOf(QLatin1Char('='));
+        const QString key = line.left(eq).trimmed();
+        if (eq < 0 || key.isEmpty()) {
+            *error = QStringLiteral("%1:%2: '%3': a line reads control=value, such as opt_Client=true")
+                         .arg(file)
+                         .arg(number)
+                         .arg(bare.left(40));
+            return std::nullopt;
+        }
+        QString value = line.mid(eq + 1).trimmed();
+        if (value.size() >= 2 && value.startsWith(QLatin1Char('"')) && value.endsWith(QLatin1Char('"'))) {
+            value = value.mid(1, value.size() - 2);
+        }
+        if (const auto first = seen.find(key); first != seen.end()) {
+            *error = QStringLiteral("%1:%2: %3: given twice, first on line %4")
+                         .arg(file)
+                         .arg(number)
+                         .arg(key)
+                         .arg(first->second);
+            return std::nullopt;
+        }
+        seen.emplace(key, number);
+        profile.entries_.push_back({key, value, number});
+    }
+    return profile;
+}
+
+QString Profile::where(const Entry& entry) const {
+    return QStringLiteral("%1:%2: %3").arg(file_).arg(entry.line).arg(entry.key);
+}
+
+std::optional<QString> Profile::check(const Panel& panel) const {
+    const auto controls = settable(panel);
+    std::map<const Control*, const Entry*> trueOfGroup;
+    for (const Entry& entry : entries_) {
+        const auto it = std::find_if(controls.begin(), controls.end(),
+                                     [&](const auto& c) { return c.first == entry.key; });
+        if (it == controls.end()) {
+            const QString near = nearestKey(entry.key);
+            return where(entry) + (near.isEmpty()
+                                       ? QStringLiteral(": no such setting; --print-profile lists them all")
+                                       : QStringLiteral(": no such setting; did you mean %1?").arg(near));
+        }
+        const Control& control = *it->second;
+        if (!isSwitch(control)) {
+            if (const auto at = refusedAt(nullptr, entry.value)) {
+                return where(entry) + QStringLiteral(": character %1 is a control character").arg(*at + 1);
+            }
+            continue;
+        }
+        const auto on = parseSwitch(entry.value);
+        if (!on) {
+            return where(entry) +
+                   QStringLiteral(": '%1' is no value of an option; use true or false").arg(entry.value);
+        }
+        if (*on && control.kind() == Kind::OptionButton) {
+            const auto [other, fresh] = trueOfGroup.emplace(control.holder(), &entry);
+            if (!fresh) {
+                return where(entry) +
+                       QStringLiteral(": true, but %1 of the same group is true already (line %2); "
+                                      "one option of a group can be")
+                           .arg(other->second->key)
+                           .arg(other->second->line);
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> Profile::applyTo(Panel& panel) const {
+    if (auto problem = check(panel)) {
+        return problem;
+    }
+    std::map<QString, const Entry*> byKey;
+    for (const Entry& entry : entries_) {
+        byKey.emplace(entry.key, &entry);
+    }
+    std::vector<std::pair<const Entry*, Control*>> named; // in the order they are applied
+    for (const auto& [key, control] : settable(panel)) {
+        if (const auto it = byKey.find(key); it != byKey.end()) {
+            named.emplace_back(it->second, control);
+        }
+    }
+    const auto holds = [](const Entry& entry, const Control& control) {
+        return isSwitch(control) ? switchValue(control) == *parseSwitch(entry.value)
+                                 : textValue(control) == entry.value;
+    };
+    // A write whose handlers undo an earlier setting makes a profile that cannot be meant as it reads.
+    std::vector<std::pair<const Entry*, Control*>> written;
+    const auto write = [&](const Entry& entry, Control* control,
+                           const std::function<void()>& assign) -> std::optional<QString> {
+        panel.dispatch(assign);
+        written.emplace_back(&entry, control);
+        for (const auto& [earlier, c] : written) {
+            if (!holds(*earlier, *c)) {
+                return where(*earlier) +
+                       QStringLiteral(": %1 is undone by %2=%3 (line %4), which is applied after it")
+                           .arg(quoted(earlier->value), entry.key, quoted(entry.value))
+                           .arg(entry.line);
+            }
+        }
+        return std::nullopt;
+    };
+
+    // Options and the check box, as the program writes their Value. An option written false would leave
+    // its group with none selected, which no operator can do: only the true one is written, and a false
+    // one must hold once its group's true one is.
+    for (const auto& [entry, control] : named) {
+        std::optional<QString> wrong;
+        const bool on = isSwitch(*control) && *parseSwitch(entry->value);
+        if (control->kind() == Kind::OptionButton && on) {
+            wrong = write(*entry, control, [c = control] { static_cast<OptionButton*>(c)->setValue(true); });
+        } else if (control->kind() == Kind::CheckBox) {
+            wrong = write(*entry, control,
+                          [c = control, on] { static_cast<CheckBox*>(c)->setValue(on ? 1 : 0); });
+        }
+        if (wrong) {
+            return wrong;
+        }
+    }
+    // Every text must pass its box's filter before any is written.
+    for (const auto& [entry, control] : named) {
+        if (control->kind() != Kind::TextBox) {
+            continue;
+        }
+        if (const auto at = refusedAt(static_cast<TextBox*>(control), entry->value)) {
+            return where(*entry) + QStringLiteral(": the box refuses '%1' (character %2) from the keyboard")
+                                       .arg(entry->value.at(*at))
+                                       .arg(*at + 1);
+        }
+    }
+    for (const auto& [entry, control] : named) {
+        std::optional<QString> wrong;
+        if (control->kind() == Kind::TextBox) {
+            wrong = write(*entry, control,
+                          [c = control, &text = entry->value] { static_cast<TextBox*>(c)->setText(text); });
+        } else if (control->kind() == Kind::ComboBox) {
+            // The text of an entry of the list chooses that entry, as typing or picking it does.
+            wrong = write(*entry, control, [c = static_cast<ComboBox*>(control), &text = entry->value] {
+                const auto index = c->entries().indexOf(text);
+                if (index >= 0) {
+                    c->setListIndex(static_cast<int>(index));
+                } else {
+                    c->setText(text);
+                }
+            });
+        }
+        if (wrong) {
+            return wrong;
+        }
+    }
+    for (const auto& [entry, control] : named) {
+        if (!holds(*entry, *control)) {
+            return where(*entry) + QStringLiteral(": false, but no other option of its group is true, so it "
+                                                  "stays selected");
+        }
+    }
+    return std::nullopt;
+}
+
+QStringList Profile::keys() {
+    QStringList out;
+    for (const Key& key : kOrder) {
+        out << keyText(key);
+    }
+    return out;
+}
+
+QString Profile::print(const Panel& panel) {
+    QString out = QStringLiteral(
+        "; Profile of the traffic simulator, for traffic_simulator --profile FILE.\n"
+        "; Options and the check box take true or false; a text is taken as it stands, or between double\n"
+        "; quotes to keep blanks at its ends. Lines may come in any order: the role is applied first, then "
+        "the\n"
+        "; other options, then the texts. Leave out what should stay as the program starts.\n");
+    for (const auto& [key, control] : settable(panel)) {
+        out += key + QLatin1Char('=') + (isSwitch(*control) ? valueOf(*control) : quoted(valueOf(*control))) +
+               QLatin1Char('\n');
+    }
+    return out;
+}
+
+} // namespace sim
