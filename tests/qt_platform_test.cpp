@@ -69,6 +69,26 @@ TEST(QtPlatform, AMessageBoxHoldsSocketEventsAndMergesTimerTicksUntilItCloses) {
     EXPECT_GE(ticks.at(1) - ticks.front(), 65);
 }
 
+TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWasStarted) {
+    qt::QtPlatform platform;
+    int ticks = 0;
+    std::unique_ptr<PlatformTimer> timer;
+    timer = platform.timers.createTimer([&] {
+        if (++ticks < 5) {
+            timer->start(5 * ticks);
+        } else {
+            timer->start(5);
+            timer->stop(); // armed and stopped in one handler: nothing more comes
+        }
+    });
+    timer->start(1);
+    ASSERT_TRUE(pumpUntil(platform.pump, [&] { return ticks == 5; }));
+    bool later = false;
+    QTimer::singleShot(60, [&] { later = true; });
+    ASSERT_TRUE(pumpUntil(platform.pump, [&] { return later; }));
+    EXPECT_EQ(ticks, 5);
+}
+
 TEST(QtPlatform, ClosingTheWindowEndsALoopThatPumpsAndClosesBothSockets) {
     MixedForm f;
     QTcpServer device;

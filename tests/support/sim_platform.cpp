@@ -2,6 +2,8 @@
 
 #include "panel/texts.h"
 #include "platform/ipv4.h"
+#include "platform/scoped_flag.h"
+#include "platform/tick_schedule.h"
 
 #include <QDir>
 
@@ -94,7 +96,10 @@ public:
     void start(int intervalMs) override {
         stop();
         interval_ = intervalMs;
-        arm();
+        using std::chrono::milliseconds;
+        const auto first =
+            tick_schedule::restartDue(tickDue_, milliseconds(interval_), milliseconds(scheduler_.now()));
+        arm(std::chrono::duration_cast<milliseconds>(first).count());
     }
     void stop() override {
         if (id_ != 0) {
@@ -104,11 +109,17 @@ public:
     }
 
 private:
-    // As the Qt timer: a tick comes an interval after the last one. A tick that comes late (a dialog
-    // held it) comes once, and the next one an interval after it: late ticks are never caught up.
-    void arm() {
-        id_ = scheduler_.cancelable(scheduler_.now() + interval_, [this] {
-            arm();
+    // As the Qt timer: a tick comes an interval after the last one, and a restart from its own handler
+    // counts from when that tick was due. A tick that comes late (a dialog held it) comes once, and the
+    // next one an interval after it: late ticks are never caught up.
+    void arm(Ms due) {
+        id_ = scheduler_.cancelable(due, [this, due] {
+            if (tickDue_) {
+                arm(scheduler_.now() + interval_); // the handler of the last tick still runs
+                return;
+            }
+            arm(scheduler_.now() + interval_);
+            const ScopedValue<tick_schedule::Time> handling(tickDue_, std::chrono::milliseconds(due));
             onTick_();
         });
     }
@@ -116,6 +127,7 @@ private:
     std::function<void()> onTick_;
     int interval_ = 0;
     std::uint64_t id_ = 0;
+    std::optional<tick_schedule::Time> tickDue_; // while the handler of a tick runs
 };
 
 } // namespace

@@ -3,10 +3,13 @@
 #include "platform/seam.h"
 
 #include <QObject>
-#include <QTimer>
+#include <QSocketNotifier>
 
+#include <chrono>
 #include <deque>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <vector>
 
 namespace sim::qt {
@@ -48,22 +51,37 @@ private:
     bool quit_ = false;
 };
 
-// Ticks at whole multiples of the interval from its start, as a precise timer. A tick that comes
-// while a dialog is open waits for it to close and is delivered once, however often it came; the
-// timer then counts the next interval from that moment. A tick the event loop could not take in time
-// is Qt's own business: it comes once, and the next one an interval later, never in a burst.
+// Ticks at whole multiples of the interval from its start, to the microsecond: a kernel timer on the
+// steady clock, armed for each tick's absolute due time, wakes the event loop through its descriptor.
+// A restart from the timer's own tick counts from that tick's due time, so a program of gaps does not
+// drift by the time each step takes; a tick taken late, by a busy loop or a handler that waited, moves
+// the next one to an interval from then, never a burst (see tick_schedule). A tick that comes while a
+// dialog is open waits for it to close and is delivered once, however often it came; the timer then
+// counts the next interval from that moment. A tick that comes while its own handler still runs (the
+// handler pumps in a wait) is dropped.
 class QtTimer : public PlatformTimer {
 public:
     QtTimer(EventGate& gate, std::function<void()> onTick);
+    ~QtTimer() override;
+    QtTimer(const QtTimer&) = delete;
+    QtTimer& operator=(const QtTimer&) = delete;
     void start(int intervalMs) override;
     void stop() override;
 
 private:
-    void timeout();
+    using Time = std::chrono::nanoseconds;
+    void expired();
+    void deliver(Time tickDue);
+    void arm(Time due);
     EventGate& gate_;
     std::function<void()> onTick_;
-    QTimer timer_;
-    bool pending_ = false;
+    int fd_ = -1;
+    std::unique_ptr<QSocketNotifier> notifier_;
+    Time interval_{};
+    Time due_{};
+    bool active_ = false;
+    bool held_ = false;
+    std::optional<Time> tickDue_; // while the handler of a tick runs
 };
 
 class QtTimerFactory : public TimerFactory {
