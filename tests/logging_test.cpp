@@ -93,6 +93,36 @@ TEST(ListUpkeep, TheListKeeps2001RowsAndTrimsOneAtATime) {
     EXPECT_EQ(f.p.List1.listIndex(), 2000);
 }
 
+TEST(ListUpkeep, ARecordOfManyRowsTrimsOneOldRowForEachOfItsRowsPastTheLimit) {
+    // 600 bytes: the head row with the first 60, ten further rows (the last one empty, where the text
+    // ends on a row's edge) and the closing row: 12 rows.
+    const Bytes payload(600, 'x');
+    struct Case {
+        int before;
+        int count;
+        const char* front;
+    } cases[] = {
+        {1990, 2001, "1"},  // 11 rows fit; each of the last one takes the oldest row with it
+        {2002, 2001, "13"}, // over the limit already (a closing line trims nothing): one out per row,
+                            // then the record's last trim
+        {100, 112, "0"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.before);
+        Logged f;
+        f.level(f.p.opt_List);
+        for (int i = 0; i < c.before; ++i) {
+            f.p.List1.addItem(QString::number(i));
+        }
+        f.form.log().TrafficLog(payload, 600, 0);
+        EXPECT_EQ(f.p.List1.listCount(), c.count);
+        EXPECT_EQ(f.p.List1.rows().front(), QLatin1String(c.front));
+        EXPECT_EQ(f.p.List1.listIndex(), c.count - 1);
+        EXPECT_TRUE(f.p.List1.rows().back().isEmpty() || f.p.List1.rows().back() == QStringLiteral(" "));
+        EXPECT_EQ(f.p.List1.added(), static_cast<std::uint64_t>(c.before + 12));
+    }
+}
+
 TEST(ListUpkeep, LogClearEmptiesTheListButNoFile) {
     Logged f;
     f.level(f.p.Opt_List_File);

@@ -51,6 +51,22 @@ TEST(CodePage, EveryByteSurvivesTheRoundTrip) {
     EXPECT_EQ(code_page::toAnsi(code_page::fromAnsi(all)), all);
 }
 
+TEST(CodePage, ALongTextKeepsItsOrderAndTheCodePagesOwnCharactersWhereverTheyStand) {
+    // Latin-1 letters, then the euro sign at every offset of a 40-byte text.
+    for (int at = 0; at < 40; ++at) {
+        QByteArray bytes(40, 'a');
+        for (int i = 0; i < 40; ++i) {
+            bytes[i] = static_cast<char>(i % 2 == 0 ? 'A' + i % 26 : 0xA0 + i);
+        }
+        bytes[at] = static_cast<char>(0x80);
+        QString expected;
+        for (const char b : bytes) {
+            expected += b == static_cast<char>(0x80) ? QChar(u'\u20AC') : QChar(static_cast<std::uint8_t>(b));
+        }
+        EXPECT_EQ(code_page::fromAnsi(bytes), expected) << "euro sign at " << at;
+    }
+}
+
 TEST(CodePage, CharactersOutsideTheCodePageHaveNegativeCodes) {
     EXPECT_EQ(code_page::ansiCode(QChar(u'A')), 65);
     EXPECT_EQ(code_page::ansiCode(QChar(u'\u20AC')), 0x80); // the euro sign

@@ -8,11 +8,15 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <utility>
 
 namespace sim {
 
 namespace {
+
+// The rows the list keeps: ListTrim takes the oldest out while ListCount - 1 is over 2000.
+constexpr int kListRows = 2001;
 
 QByteArray withLineEnd(const QString& line) {
     QByteArray bytes = code_page::toAnsi(line);
@@ -37,7 +41,7 @@ void LogBook::addStatus(const Stamp& stamp, const char* tail, bool files) {
 }
 
 void LogBook::ListTrim() {
-    if (panel_.List1.listCount() - 1 > 2000) {
+    if (panel_.List1.listCount() > kListRows) {
         panel_.List1.removeItem(0);
     }
 }
@@ -136,13 +140,19 @@ bool LogBook::Logfile_chk() {
 }
 
 void LogBook::addRows(const QStringList& rows) {
-    // The list's upkeep runs after each row; the screen hears of the whole record once.
-    const ListBox::Batch batch(panel_.List1);
-    for (qsizetype i = 0; i < rows.size(); ++i) {
-        panel_.List1.addItem(rows.at(i));
-        ListTrim();
-        ListBottom();
+    // Row by row the record adds, trims and scrolls to the bottom, and trims once more at the end. The
+    // screen hears of the whole record once, and nothing sees the list between the rows, so the trims
+    // and the scroll are done together: each row taken while more than kListRows are held takes the
+    // oldest row out, which leaves the same rows and the same index as one at a time.
+    ListBox& list = panel_.List1;
+    const ListBox::Batch batch(list);
+    const int before = list.listCount();
+    for (const QString& row : rows) {
+        list.addItem(row);
     }
+    const int added = static_cast<int>(rows.size());
+    list.removeOldest(std::clamp(before + added - kListRows, 0, added));
+    ListBottom();
     ListTrim();
 }
 
@@ -174,8 +184,11 @@ void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
         writeFiles();
     }
     if (toList) {
-        QStringList rows{record::headRow(QByteArrayView(line_).first(headSize), payload, ascii)};
-        rows << shown_.pieceRows();
+        const QStringList& pieces = shown_.pieceRows();
+        QStringList rows;
+        rows.reserve(pieces.size() + 2);
+        rows << record::headRow(QByteArrayView(line_).first(headSize), payload, ascii);
+        rows << pieces;
         rows << record::closingRow(ascii);
         addRows(rows);
     }

@@ -306,6 +306,18 @@ void ListBox::removeItem(int index) {
     listChanged(Prop::Rows);
 }
 
+void ListBox::removeOldest(int count) {
+    if (count < 0 || static_cast<std::size_t>(count) > rows_.size()) {
+        throw invalidValue();
+    }
+    if (count == 0) {
+        return;
+    }
+    rows_.erase(rows_.begin(), rows_.begin() + count);
+    listIndex_ = listIndex_ < count ? Int16(-1) : Int16(listIndex_ - count);
+    listChanged(Prop::Rows);
+}
+
 void ListBox::clear() {
     rows_.clear();
     listIndex_ = -1;

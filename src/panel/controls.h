@@ -178,6 +178,8 @@ public:
     Int16 listCount() const { return Int16(static_cast<long long>(rows_.size())); }
     void addItem(const QString& row);
     void removeItem(int index);
+    // The `count` oldest rows out at once, as as many RemoveItem 0 would take them.
+    void removeOldest(int count);
     void clear();
     Int16 listIndex() const { return listIndex_; }
     void setListIndex(int index);

@@ -3,6 +3,11 @@
 #include "platform/int16.h"
 
 #include <array>
+#include <bit>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace sim::code_page {
 namespace {
@@ -58,10 +63,31 @@ QString fromAnsi(QByteArrayView bytes) {
 }
 
 QChar* fromAnsi(QByteArrayView bytes, QChar* out) {
-    for (char b : bytes) {
-        *out++ = QChar(kCharOf[static_cast<std::uint8_t>(b)]);
+    const auto* from = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    const qsizetype n = bytes.size();
+    qsizetype i = 0;
+#if defined(__SSE2__)
+    // Sixteen bytes at a time, widened as Latin-1; then the bytes 0x80..0x9F among them, where the code
+    // page has characters of its own, one by one.
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i topBits = _mm_set1_epi8(static_cast<char>(0xE0));
+    const __m128i highControl = _mm_set1_epi8(static_cast<char>(0x80));
+    for (; i + 16 <= n; i += 16) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(chunk, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(chunk, zero));
+        for (auto high = static_cast<unsigned>(
+                 _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(chunk, topBits), highControl)));
+             high != 0; high &= high - 1) {
+            const auto at = i + std::countr_zero(high);
+            out[at] = QChar(kHighControls[from[at] - 0x80]);
+        }
     }
-    return out;
+#endif
+    for (; i < n; ++i) {
+        out[i] = QChar(kCharOf[from[i]]);
+    }
+    return out + n;
 }
 
 } // namespace sim::code_page
