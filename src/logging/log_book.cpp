@@ -178,7 +178,9 @@ void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
     }
     record::appendHead(line_, now, len, direction, spaced);
     const qsizetype headSize = line_.size();
-    const QByteArray& payload = shown_.render(data, len, ascii);
+    const QByteArray& payload =
+        shown_.render(data, len, ascii,
+                      toFiles ? record::PayloadText::Extent::Whole : record::PayloadText::Extent::ListRows);
     line_.append(payload);
     if (toFiles) {
         writeFiles();

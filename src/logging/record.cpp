@@ -171,21 +171,27 @@ QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii) {
     return rows;
 }
 
-const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii) {
+const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii, Extent extent) {
     const QByteArrayView bytes(data.data(), len);
-    if (rendered_ && ascii == ascii_ && bytes == bytes_) {
+    const bool whole = extent == Extent::Whole;
+    if (rendered_ && ascii == ascii_ && (whole_ || !whole) && bytes == bytes_) {
         return text_;
     }
+    // The list's rows reach no further than Int16::kMax characters; two rows more leave the last of
+    // them as they are in the whole text. A byte takes at least one character in ASCII, two in hex.
+    constexpr int kListChars = Int16::kMax + 2 * kRowWidth;
+    const int shown = whole ? len : std::min(len, ascii ? kListChars : kListChars / 2 + 1);
     bytes_ = bytes.toByteArray();
     ascii_ = ascii;
     rendered_ = true;
+    whole_ = shown == len;
     haveRows_ = false;
     rows_.clear();
     text_.resize(0);
     if (ascii) {
-        appendAsciiPayload(text_, data, len);
+        appendAsciiPayload(text_, data, shown);
     } else {
-        appendHexPayload(text_, data, len);
+        appendHexPayload(text_, data, shown);
     }
     return text_;
 }

@@ -47,16 +47,19 @@ QStringList pieceRows(QByteArrayView payload, bool ascii);
 QString closingRow(bool ascii);
 
 // The payload text of the last record and the rows of its further pieces. The same bytes shown again
-// in the same form (an echo, a repeated send) share them instead of being rendered anew.
+// in the same form (an echo, a repeated send) share them instead of being rendered anew. A record for
+// the list alone needs only the start of a long text: the rows end where their 16-bit position does.
 class PayloadText {
 public:
-    const QByteArray& render(const Bytes& data, int len, bool ascii);
+    enum class Extent { Whole, ListRows };
+    const QByteArray& render(const Bytes& data, int len, bool ascii, Extent extent = Extent::Whole);
     const QStringList& pieceRows();
 
 private:
     QByteArray bytes_;
     bool ascii_ = false;
     bool rendered_ = false;
+    bool whole_ = false;
     QByteArray text_;
     QStringList rows_;
     bool haveRows_ = false;
