@@ -43,7 +43,7 @@ struct Unattended {
         sim.scheduler.runUntil(limit);
         EXPECT_TRUE(sim.scheduler.quitRequested()) << "the run did not close the program";
     }
-    QStringList rows() const { return QStringList(p.List1.rows().begin(), p.List1.rows().end()); }
+    QStringList rows() const { return p.List1.rows(); }
 };
 
 const QStringList kDestination = {

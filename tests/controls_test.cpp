@@ -268,6 +268,31 @@ TEST(ListBox, RowsAndTheSelectedRowFollowAddRemoveAndClear) {
     EXPECT_EQ(list.listIndex(), -1);
 }
 
+TEST(ListBox, PiecesOfASharedTextAreRowsLikeAnyOtherAndTheOldestGoTogether) {
+    SimForm f(false);
+    ListBox& list = f.p.List1;
+    QStringList told;
+    list.rowAdded = [&](const QString& row) { told << row; };
+    const QString shared = QStringLiteral(" abc def");
+    list.addItem(QStringLiteral("head"));
+    list.addPiece(shared, 0, 4);
+    list.addPiece(shared, 4, 4);
+    list.addPiece(shared, 8, 0);
+    EXPECT_EQ(list.rows(), (QStringList{QStringLiteral("head"), QStringLiteral(" abc"),
+                                        QStringLiteral(" def"), QString()}));
+    EXPECT_EQ(told, list.rows()) << "whoever copies the list gets the text of each row";
+    EXPECT_EQ(list.row(2), QStringLiteral(" def"));
+    list.setListIndex(3);
+    list.removeOldest(2);
+    EXPECT_EQ(list.rows(), (QStringList{QStringLiteral(" def"), QString()}));
+    EXPECT_EQ(list.listIndex(), 1);
+    list.setListIndex(0);
+    list.removeOldest(1);
+    EXPECT_EQ(list.listIndex(), -1) << "the selected row went";
+    EXPECT_THROW(list.removeOldest(2), RuntimeFailure);
+    EXPECT_EQ(list.added(), 4U);
+}
+
 // ---- timers ----
 
 struct TimerCase : ::testing::Test {

@@ -53,7 +53,7 @@ struct Loopback : MixedForm {
     bool waitFor(const std::function<bool()>& cond, int limitMs = 5000) {
         return pumpUntil(mixed.pump, cond, limitMs);
     }
-    QStringList rows() const { return QStringList(p.List1.rows().begin(), p.List1.rows().end()); }
+    QStringList rows() const { return p.List1.rows(); }
     QString dailyLog() const {
         return mixed.folders.workingFolder() + QStringLiteral("/log/STAT_") +
                QDate::currentDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");

@@ -24,7 +24,7 @@ QByteArray pattern(qsizetype size) {
 }
 
 QStringList rowsOf(const Panel& p) {
-    return QStringList(p.List1.rows().begin(), p.List1.rows().end());
+    return p.List1.rows();
 }
 
 // A peer's end that pours a pattern without reading what comes back, until the pour has stalled (the

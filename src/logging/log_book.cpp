@@ -139,18 +139,26 @@ bool LogBook::Logfile_chk() {
     return usable;
 }
 
-void LogBook::addRows(const QStringList& rows) {
-    // Row by row the record adds, trims and scrolls to the bottom, and trims once more at the end. The
+void LogBook::addRows(const QString& first, const record::PieceText* pieces, const QString* last) {
+    // Row by row a record adds, trims and scrolls to the bottom, and trims once more at the end. The
     // screen hears of the whole record once, and nothing sees the list between the rows, so the trims
     // and the scroll are done together: each row taken while more than kListRows are held takes the
     // oldest row out, which leaves the same rows and the same index as one at a time.
     ListBox& list = panel_.List1;
     const ListBox::Batch batch(list);
     const int before = list.listCount();
-    for (const QString& row : rows) {
-        list.addItem(row);
+    list.addItem(first);
+    int added = 1;
+    if (pieces != nullptr) {
+        for (const record::PieceText::Row& row : pieces->rows) {
+            list.addPiece(pieces->text, row.from, row.size);
+        }
+        added += static_cast<int>(pieces->rows.size());
     }
-    const int added = static_cast<int>(rows.size());
+    if (last != nullptr) {
+        list.addItem(*last);
+        ++added;
+    }
     list.removeOldest(std::clamp(before + added - kListRows, 0, added));
     ListBottom();
     ListTrim();
@@ -172,7 +180,7 @@ void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
             writeFiles();
         }
         if (toList) {
-            addRows({code_page::fromAnsi(line_)});
+            addRows(code_page::fromAnsi(line_), nullptr, nullptr);
         }
         return;
     }
@@ -186,13 +194,10 @@ void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
         writeFiles();
     }
     if (toList) {
-        const QStringList& pieces = shown_.pieceRows();
-        QStringList rows;
-        rows.reserve(pieces.size() + 2);
-        rows << record::headRow(QByteArrayView(line_).first(headSize), payload, ascii);
-        rows << pieces;
-        rows << record::closingRow(ascii);
-        addRows(rows);
+        static const QString closingAscii = record::closingRow(true);
+        static const QString closingHex = record::closingRow(false);
+        addRows(record::headRow(QByteArrayView(line_).first(headSize), payload, ascii), &shown_.pieces(),
+                ascii ? &closingAscii : &closingHex);
     }
 }
 

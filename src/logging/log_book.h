@@ -47,7 +47,8 @@ private:
         QString folder;
         QByteArray native; // the file, in the system's file name encoding
     };
-    void addRows(const QStringList& rows);
+    // The rows of a line or a record: its first row, the rows of its further pieces, its closing row.
+    void addRows(const QString& first, const record::PieceText* pieces, const QString* last);
     // line_, ended by CR LF, to the named log and then the daily log.
     void writeFiles();
     void writeNamed();

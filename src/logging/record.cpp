@@ -141,21 +141,42 @@ QString headRow(QByteArrayView head, QByteArrayView payload, bool ascii) {
     return rowOf(head, payload.first(std::min<qsizetype>(kRowWidth, payload.size())), ascii);
 }
 
-QStringList pieceRows(QByteArrayView payload, bool ascii) {
+PieceText pieceText(QByteArrayView payload, bool ascii) {
     const qsizetype rowCount = payload.size() / kRowWidth;
-    QStringList rows;
-    rows.reserve(std::min<qsizetype>(rowCount, Int16::kMax / kRowWidth));
+    const qsizetype blank = ascii ? 1 : 0;
+    PieceText pieces;
+    const qsizetype most = std::min<qsizetype>(rowCount, Int16::kMax / kRowWidth + 1); // room to spare
+    pieces.rows.reserve(static_cast<std::size_t>(most));
+    pieces.text.resize(most * (blank + kRowWidth));
+    QChar* at = pieces.text.data();
     try {
         Int16 position = 1;
         position += kRowWidth; // past the head row's piece
         for (qsizetype r = 1; r <= rowCount; ++r) {
             const qsizetype from = std::min<qsizetype>(position - 1, payload.size());
-            rows << rowOf({}, payload.sliced(from, std::min<qsizetype>(kRowWidth, payload.size() - from)),
-                          ascii);
+            const QByteArrayView piece =
+                payload.sliced(from, std::min<qsizetype>(kRowWidth, payload.size() - from));
+            const qsizetype start = at - pieces.text.constData();
+            if (ascii) {
+                *at++ = QLatin1Char(' ');
+            }
+            at = code_page::fromAnsi(piece, at);
+            pieces.rows.push_back({start, blank + piece.size()});
             position += kRowWidth;
         }
     } catch (const RuntimeFailure&) {
         // The row position has run past 16 bits: the rest of the text stays out of the list.
+    }
+    pieces.text.truncate(at - pieces.text.constData());
+    return pieces;
+}
+
+QStringList pieceRows(QByteArrayView payload, bool ascii) {
+    const PieceText pieces = pieceText(payload, ascii);
+    QStringList rows;
+    rows.reserve(static_cast<qsizetype>(pieces.rows.size()));
+    for (const PieceText::Row& row : pieces.rows) {
+        rows << pieces.text.mid(row.from, row.size);
     }
     return rows;
 }
@@ -186,7 +207,7 @@ const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii, Ex
     rendered_ = true;
     whole_ = shown == len;
     haveRows_ = false;
-    rows_.clear();
+    pieces_ = {};
     text_.resize(0);
     if (ascii) {
         appendAsciiPayload(text_, data, shown);
@@ -196,12 +217,12 @@ const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii, Ex
     return text_;
 }
 
-const QStringList& PayloadText::pieceRows() {
+const PieceText& PayloadText::pieces() {
     if (!haveRows_) {
-        rows_ = record::pieceRows(text_, ascii_);
+        pieces_ = pieceText(text_, ascii_);
         haveRows_ = true;
     }
-    return rows_;
+    return pieces_;
 }
 
 } // namespace record

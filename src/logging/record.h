@@ -9,6 +9,7 @@
 
 #include <array>
 #include <string_view>
+#include <vector>
 
 namespace sim {
 
@@ -44,6 +45,16 @@ QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii);
 // closing row.
 QString headRow(QByteArrayView head, QByteArrayView payload, bool ascii);
 QStringList pieceRows(QByteArrayView payload, bool ascii);
+// The rows of the further pieces as one text that they share, and where each row lies in it.
+struct PieceText {
+    struct Row {
+        qsizetype from;
+        qsizetype size;
+    };
+    QString text;
+    std::vector<Row> rows;
+};
+PieceText pieceText(QByteArrayView payload, bool ascii);
 QString closingRow(bool ascii);
 
 // The payload text of the last record and the rows of its further pieces. The same bytes shown again
@@ -53,7 +64,7 @@ class PayloadText {
 public:
     enum class Extent { Whole, ListRows };
     const QByteArray& render(const Bytes& data, int len, bool ascii, Extent extent = Extent::Whole);
-    const QStringList& pieceRows();
+    const PieceText& pieces();
 
 private:
     QByteArray bytes_;
@@ -61,7 +72,7 @@ private:
     bool rendered_ = false;
     bool whole_ = false;
     QByteArray text_;
-    QStringList rows_;
+    PieceText pieces_;
     bool haveRows_ = false;
 };
 

@@ -281,12 +281,33 @@ void ListBox::listChanged(Prop prop) {
 }
 
 void ListBox::addItem(const QString& row) {
-    rows_.push_back(row);
+    push({row});
+}
+
+void ListBox::addPiece(const QString& text, qsizetype from, qsizetype size) {
+    push({text, from, size});
+}
+
+void ListBox::push(Row row) {
+    rows_.push_back(std::move(row));
     ++added_;
     listChanged(Prop::Rows);
     if (rowAdded) {
-        rowAdded(row);
+        rowAdded(rows_.back().toString());
     }
+}
+
+QString ListBox::row(int index) const {
+    return rows_.at(static_cast<std::size_t>(index)).toString();
+}
+
+QStringList ListBox::rows() const {
+    QStringList out;
+    out.reserve(static_cast<qsizetype>(rows_.size()));
+    for (const Row& r : rows_) {
+        out.push_back(r.toString());
+    }
+    return out;
 }
 
 void ListBox::removeItem(int index) {

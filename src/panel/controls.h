@@ -177,13 +177,17 @@ public:
 
     Int16 listCount() const { return Int16(static_cast<long long>(rows_.size())); }
     void addItem(const QString& row);
+    // AddItem of text.mid(from, size), kept as that piece of a text the rows of a record share: the
+    // row's own string is made only when someone reads it.
+    void addPiece(const QString& text, qsizetype from, qsizetype size);
     void removeItem(int index);
     // The `count` oldest rows out at once, as as many RemoveItem 0 would take them.
     void removeOldest(int count);
     void clear();
     Int16 listIndex() const { return listIndex_; }
     void setListIndex(int index);
-    const std::deque<QString>& rows() const { return rows_; }
+    QString row(int index) const;
+    QStringList rows() const;
     // Rows added since the list was made, Clear or not: whoever follows the list reads the newest
     // rows by the difference, however the rows were announced and however many the list let go.
     std::uint64_t added() const { return added_; }
@@ -192,8 +196,16 @@ public:
     std::function<void(const QString& row)> rowAdded;
 
 private:
+    // A row: the whole of `text`, or the piece of it from `from` on, `size` long.
+    struct Row {
+        QString text;
+        qsizetype from = 0;
+        qsizetype size = -1;
+        QString toString() const { return size < 0 ? text : text.mid(from, size); }
+    };
+    void push(Row row);
     void listChanged(Prop prop);
-    std::deque<QString> rows_;
+    std::deque<Row> rows_;
     std::uint64_t added_ = 0;
     Int16 listIndex_{-1};
     int batches_ = 0;

@@ -201,16 +201,16 @@ public:
         if (role != Qt::DisplayRole || index.row() < 0 || index.row() >= static_cast<int>(rows_.size())) {
             return {};
         }
-        return rows_.at(static_cast<std::size_t>(index.row()));
+        return rows_.at(index.row());
     }
-    void show(const std::deque<QString>& rows) {
+    void show(QStringList rows) {
         beginResetModel();
-        rows_.assign(rows.begin(), rows.end());
+        rows_ = std::move(rows);
         endResetModel();
     }
 
 private:
-    std::vector<QString> rows_;
+    QStringList rows_;
 };
 
 namespace {

@@ -19,7 +19,7 @@ struct DeviceAsServer : SimForm {
     }
 
     std::shared_ptr<DeviceLink> device() const { return sim.network.lastLink(); }
-    QStringList rows() const { return QStringList(p.List1.rows().begin(), p.List1.rows().end()); }
+    QStringList rows() const { return p.List1.rows(); }
     std::vector<QString> shownTexts() const {
         std::vector<QString> out;
         for (const auto& d : sim.dialogs.shown) {
