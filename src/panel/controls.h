@@ -181,7 +181,7 @@ public:
     // row's own string is made only when someone reads it.
     void addPiece(const QString& text, qsizetype from, qsizetype size);
     void removeItem(int index);
-    // The `count` oldest rows out at once, as as many RemoveItem 0 would take them.
+    // The `count` oldest rows out at once, as that many calls of RemoveItem 0 would take them.
     void removeOldest(int count);
     void clear();
     Int16 listIndex() const { return listIndex_; }
