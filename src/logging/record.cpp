@@ -171,23 +171,16 @@ PieceText pieceText(QByteArrayView payload, bool ascii) {
     return pieces;
 }
 
-QStringList pieceRows(QByteArrayView payload, bool ascii) {
-    const PieceText pieces = pieceText(payload, ascii);
-    QStringList rows;
-    rows.reserve(static_cast<qsizetype>(pieces.rows.size()));
-    for (const PieceText::Row& row : pieces.rows) {
-        rows << pieces.text.mid(row.from, row.size);
-    }
-    return rows;
-}
-
 QString closingRow(bool ascii) {
     return ascii ? QStringLiteral(" ") : QString();
 }
 
 QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii) {
     QStringList rows{headRow(head, payload, ascii)};
-    rows << pieceRows(payload, ascii);
+    const PieceText pieces = pieceText(payload, ascii);
+    for (const PieceText::Row& row : pieces.rows) {
+        rows << pieces.text.mid(row.from, row.size);
+    }
     rows << closingRow(ascii);
     return rows;
 }

@@ -41,11 +41,9 @@ void appendFailureLine(QByteArray& out, const Stamp& stamp, int direction, bool 
 // The rows of a record in the list: the head row, pieces of 60 characters, and the closing row. The
 // row position is 16-bit: a payload text past its reach ends the rows early, before the closing row.
 QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii);
-// The same in three parts: the head row with the first piece, the rows of the further pieces, and the
-// closing row.
+// The same in three parts: the head row with the first piece, the rows of the further pieces as one
+// text that they share (and where each row lies in it), and the closing row.
 QString headRow(QByteArrayView head, QByteArrayView payload, bool ascii);
-QStringList pieceRows(QByteArrayView payload, bool ascii);
-// The rows of the further pieces as one text that they share, and where each row lies in it.
 struct PieceText {
     struct Row {
         qsizetype from;
