@@ -258,8 +258,8 @@ struct Simulator {
     sim::qt::QtPlatform qt;
     sim::test::MemorySettings settings;
     sim::test::TempFolders folders;
-    sim::FrmSimulator form{
-        sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock, folders, qt.browser}};
+    sim::FrmSimulator form{sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock,
+                                         folders, qt.browser, qt.files}};
     sim::Panel& p = form.panel();
     int port = freePort();
 

@@ -17,8 +17,8 @@ int main(int argc, char** argv) {
     sim::qt::QtPlatform qt;
     sim::test::MemorySettings settings; // the operator's own settings stay untouched
     sim::test::TempFolders folders;
-    sim::FrmSimulator form(
-        sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock, folders, qt.browser});
+    sim::FrmSimulator form(sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock,
+                                         folders, qt.browser, qt.files});
     form.load();
     sim::Panel& p = form.panel();
     p.Server_Socket.setLocalPort(0);

@@ -201,8 +201,8 @@ void run(const char* level, const char* shown, bool withWindow) {
     sim::qt::QtPlatform qt;
     sim::test::MemorySettings settings; // the operator's own settings stay untouched
     sim::test::TempFolders folders;
-    sim::FrmSimulator form{
-        sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock, folders, qt.browser}};
+    sim::FrmSimulator form{sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock,
+                                         folders, qt.browser, qt.files}};
     sim::Panel& p = form.panel();
     form.load();
     form.op().click(p.opt_Client);

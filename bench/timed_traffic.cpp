@@ -154,8 +154,8 @@ struct Simulator {
     sim::qt::QtPlatform qt;
     sim::test::MemorySettings settings; // the operator's own settings stay untouched
     sim::test::TempFolders folders;     // and its logs go to a temporary folder
-    sim::FrmSimulator form{
-        sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock, folders, qt.browser}};
+    sim::FrmSimulator form{sim::Platform{qt.pump, qt.timers, qt.network, qt.dialogs, settings, qt.clock,
+                                         folders, qt.browser, qt.files}};
     sim::Panel& p = form.panel();
     sim::Operator& op = form.op();
     sim::view::PanelView view{p, op};

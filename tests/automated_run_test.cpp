@@ -11,7 +11,7 @@ namespace sim::test {
 namespace {
 
 Platform withDialogs(const Platform& p, Dialogs& dialogs) {
-    return {p.pump, p.timers, p.network, dialogs, p.settings, p.clock, p.folders, p.browser};
+    return {p.pump, p.timers, p.network, dialogs, p.settings, p.clock, p.folders, p.browser, p.files};
 }
 
 // The form as the program builds it for a run: its message boxes told to the verdict, its rows printed.

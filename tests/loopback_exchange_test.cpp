@@ -45,6 +45,7 @@ TEST(LoopbackExchange, SendsAsciiAndHexToAnEchoingDeviceAndLogsEveryLineByteForB
                                 Loopback::asFileLine(rows[7], false) + Loopback::asFileLine(rows[9], false);
     EXPECT_TRUE(rows[5].endsWith(QStringLiteral("] : Client Disconnected")))
         << "Close's line stays in the list";
+    f.mixed.files.flush(); // the lines reach the files on a thread of their own
     EXPECT_EQ(fileBytes(f.p.txt_Logfile.text()), expected);
     EXPECT_EQ(fileBytes(f.dailyLog()), expected);
 }
@@ -85,6 +86,7 @@ TEST(LoopbackExchange, AnUnreachablePortFailsWithAnErrorReport) {
     EXPECT_TRUE(
         f.rows().first().endsWith(QStringLiteral("Client Socket Error : Referance Err_Log File ....... ")));
     ASSERT_EQ(f.mixed.dialogs.shown.size(), 1U);
+    f.mixed.files.flush();
     const QByteArray report =
         fileBytes(f.mixed.folders.programFolder() + QStringLiteral("/Err_Log/") +
                   QDate::currentDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".txt"));

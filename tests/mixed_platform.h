@@ -22,7 +22,8 @@ struct MixedPlatform {
     MemorySettings settings;
     TempFolders folders;
     SimBrowser browser;
-    Platform platform() { return {pump, timers, network, dialogs, settings, clock, folders, browser}; }
+    AppendQueue files;
+    Platform platform() { return {pump, timers, network, dialogs, settings, clock, folders, browser, files}; }
 };
 
 // Pumps the Qt loop until the condition holds or `limitMs` have passed.

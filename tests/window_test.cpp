@@ -50,8 +50,8 @@ struct Window : ::testing::Test {
     Panel* p = nullptr;
 
     Platform platform(Dialogs& dialogs) {
-        return {mixed.pump,     mixed.timers, network,       dialogs,
-                mixed.settings, mixed.clock,  mixed.folders, mixed.browser};
+        return {mixed.pump,  mixed.timers,  network,       dialogs,    mixed.settings,
+                mixed.clock, mixed.folders, mixed.browser, mixed.files};
     }
     // Loads the form with this saved address, shows the window and makes it the active one.
     void open(const char* savedAddress = nullptr, Dialogs* dialogs = nullptr) {

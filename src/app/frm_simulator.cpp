@@ -7,7 +7,7 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       operator_(panel_, platform.pump),
       settings_(panel_, platform.settings, platform.dialogs, platform.browser),
       lifecycle_(panel_, settings_, platform.clock, platform.folders),
-      log_(panel_, platform.clock, platform.folders, platform.dialogs),
+      log_(panel_, platform.clock, platform.folders, platform.dialogs, platform.files),
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs), level_(panel_, log_),
       options_(panel_), link_(panel_, log_, platform.pump, platform.dialogs),
       server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),

@@ -31,7 +31,7 @@ void write(std::FILE* stream, const QString& line) {
 }
 
 Platform withDialogs(const Platform& p, Dialogs& dialogs) {
-    return {p.pump, p.timers, p.network, dialogs, p.settings, p.clock, p.folders, p.browser};
+    return {p.pump, p.timers, p.network, dialogs, p.settings, p.clock, p.folders, p.browser, p.files};
 }
 
 // The profile applied to the loaded form, or what is wrong with it.

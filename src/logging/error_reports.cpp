@@ -35,9 +35,8 @@ void ErrorReports::report(const char* title, const char* row, int number, const 
                          QStringLiteral("Err Source : ") + source + crlf;
     const QString folder = folders_.programFolder() + QStringLiteral("/Err_Log");
     FolderMake(folder);
-    appendLine(folder + QLatin1Char('/') + clock_.localDate().toString(QStringLiteral("yyyyMMdd")) +
-                   QStringLiteral(".txt"),
-               text);
+    log_.appendLine(folder, clock_.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".txt"),
+                    text);
     log_.WriteLog(text);
     panel_.List1.addItem(clock_.localTime().toString(QStringLiteral("HH:mm:ss")) + QLatin1String(row));
     log_.ListTrim();

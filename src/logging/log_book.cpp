@@ -1,8 +1,8 @@
 #include "logging/log_book.h"
 
-#include "logging/file_append.h"
 #include "panel/texts.h"
 #include "platform/code_page.h"
+#include "platform/file_append.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,6 +17,8 @@ namespace {
 
 // The rows the list keeps: ListTrim takes the oldest out while ListCount - 1 is over 2000.
 constexpr int kListRows = 2001;
+// Room for a record's head: the stamp, the direction, the byte count and the brackets around them.
+constexpr qsizetype kHeadRoom = 64;
 
 QByteArray withLineEnd(const QString& line) {
     QByteArray bytes = code_page::toAnsi(line);
@@ -26,17 +28,16 @@ QByteArray withLineEnd(const QString& line) {
 
 } // namespace
 
-bool appendLine(const QString& path, const QString& line) {
-    return file_append::append(file_append::nativeName(path), withLineEnd(line)) ==
-           file_append::Result::Written;
+void LogBook::appendLine(const QString& folder, const QString& file, const QString& line) {
+    files_.append(file_append::nativeName(folder + QLatin1Char('/') + file), folder,
+                  FileAppender::MakeFolder::LastLevel, withLineEnd(line));
 }
 
 void LogBook::addStatus(const Stamp& stamp, const char* tail, bool files) {
     const QString line = statusText(stamp, tail);
     panel_.List1.addItem(line);
     if (files && panel_.Opt_List_File.value()) {
-        line_ = code_page::toAnsi(line);
-        writeFiles();
+        writeFiles(withLineEnd(line));
     }
 }
 
@@ -55,9 +56,7 @@ void LogBook::cmd_Log_Click() {
 }
 
 void LogBook::WriteLog(const QString& line) {
-    const QByteArray saved = std::exchange(line_, withLineEnd(line));
-    writeDaily();
-    line_ = saved;
+    writeDaily(withLineEnd(line));
 }
 
 QString LogBook::resolve(const QString& path) const {
@@ -65,20 +64,12 @@ QString LogBook::resolve(const QString& path) const {
     return QDir::isAbsolutePath(own) ? own : QDir(folders_.workingFolder()).filePath(own);
 }
 
-void LogBook::appendNamed(const QString& line) {
-    const QByteArray saved = std::exchange(line_, withLineEnd(line));
-    writeNamed();
-    line_ = saved;
+void LogBook::writeFiles(const QByteArray& line) {
+    writeNamed(line);
+    writeDaily(line);
 }
 
-void LogBook::writeFiles() {
-    line_.append("\r\n");
-    writeNamed();
-    writeDaily();
-    line_.chop(2);
-}
-
-void LogBook::writeNamed() {
+void LogBook::writeNamed(const QByteArray& line) {
     // The path is worked out again only when the box or, for a relative path, the working folder changed.
     const QString& text = panel_.txt_Logfile.text();
     if (named_.native.isEmpty() || named_.key != text ||
@@ -91,13 +82,10 @@ void LogBook::writeNamed() {
         named_.native = file_append::nativeName(path);
     }
     // A folder that was removed while the program runs is made again, at any depth.
-    if (file_append::append(named_.native, line_) == file_append::Result::NoFolder &&
-        QDir().mkpath(named_.folder)) {
-        file_append::append(named_.native, line_);
-    }
+    files_.append(named_.native, named_.folder, FileAppender::MakeFolder::WholePath, line);
 }
 
-void LogBook::writeDaily() {
+void LogBook::writeDaily(const QByteArray& line) {
     // The date is read at each write, so the first line after midnight starts the next day's file.
     const QDate today = clock_.localDate();
     const QString working = folders_.workingFolder();
@@ -110,17 +98,15 @@ void LogBook::writeDaily() {
                                     today.toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log"));
     }
     // The daily log never reports: a folder that cannot be made or a file that cannot be written loses
-    // the line.
-    if (file_append::append(daily_.native, line_) == file_append::Result::NoFolder &&
-        QDir().mkdir(daily_.folder)) {
-        file_append::append(daily_.native, line_);
-    }
+    // the line. Its folder is made one level deep.
+    files_.append(daily_.native, daily_.folder, FileAppender::MakeFolder::LastLevel, line);
 }
 
 bool LogBook::Logfile_chk() {
     if (!panel_.opt_File.value() && !panel_.Opt_List_File.value()) {
         return true;
     }
+    flushFiles(); // the file is looked at as the lines before it left it
     const QString text = panel_.txt_Logfile.text();
     const QString path = resolve(text);
     const QFileInfo info(path);
@@ -173,30 +159,35 @@ void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
     const bool toFiles = panel_.opt_File.value() || panel_.Opt_List_File.value();
     const bool spaced = !ascii && !toList; // the hexadecimal file-only form
     const Stamp now = stamp();
-    line_.resize(0); // keeps the buffer of the lines before
+    // The line is built anew for each record: the file writer may still hold the one before.
+    QByteArray line;
     if (len < 0) {
-        record::appendFailureLine(line_, now, direction, spaced);
+        record::appendFailureLine(line, now, direction, spaced);
+        const qsizetype size = line.size();
         if (toFiles) {
-            writeFiles();
+            line.append("\r\n");
+            writeFiles(line);
         }
         if (toList) {
-            addRows(code_page::fromAnsi(line_), nullptr, nullptr);
+            addRows(code_page::fromAnsi(QByteArrayView(line).first(size)), nullptr, nullptr);
         }
         return;
     }
-    record::appendHead(line_, now, len, direction, spaced);
-    const qsizetype headSize = line_.size();
     const QByteArray& payload =
         shown_.render(data, len, ascii,
                       toFiles ? record::PayloadText::Extent::Whole : record::PayloadText::Extent::ListRows);
-    line_.append(payload);
+    line.reserve(kHeadRoom + (toFiles ? payload.size() + 2 : 0));
+    record::appendHead(line, now, len, direction, spaced);
+    const qsizetype headSize = line.size();
     if (toFiles) {
-        writeFiles();
+        line.append(payload);
+        line.append("\r\n");
+        writeFiles(line);
     }
     if (toList) {
         static const QString closingAscii = record::closingRow(true);
         static const QString closingHex = record::closingRow(false);
-        addRows(record::headRow(QByteArrayView(line_).first(headSize), payload, ascii), &shown_.pieces(),
+        addRows(record::headRow(QByteArrayView(line).first(headSize), payload, ascii), &shown_.pieces(),
                 ascii ? &closingAscii : &closingHex);
     }
 }

@@ -9,8 +9,8 @@ namespace sim {
 // Calls no handler of the other subsystems.
 class LogBook {
 public:
-    LogBook(Panel& panel, Clock& clock, Folders& folders, Dialogs& dialogs)
-        : panel_(panel), clock_(clock), folders_(folders), dialogs_(dialogs) {}
+    LogBook(Panel& panel, Clock& clock, Folders& folders, Dialogs& dialogs, FileAppender& files)
+        : panel_(panel), clock_(clock), folders_(folders), dialogs_(dialogs), files_(files) {}
 
     Stamp stamp() const { return readStamp(clock_); }
 
@@ -24,9 +24,11 @@ public:
 
     // Appends a line to the daily log under the working folder; a failing step is skipped silently.
     void WriteLog(const QString& line);
-    // Appends a line to the file named in txt_Logfile. A failure loses the line in that file only: the
-    // daily log and the list still get it.
-    void appendNamed(const QString& line);
+    // Returns once every line so far has reached its file (or been lost there): the platform may write
+    // the files on a thread of its own.
+    void flushFiles() { files_.flush(); }
+    // Appends a text, ended by CR LF, to a file of its own in `folder`, which must be there.
+    void appendLine(const QString& folder, const QString& file, const QString& line);
     // Validates the named log file and prepares it: folders of any depth are made and a missing file is
     // created empty. "Invalid Pass" and false for a path that cannot be used.
     bool Logfile_chk();
@@ -49,21 +51,19 @@ private:
     };
     // The rows of a line or a record: its first row, the rows of its further pieces, its closing row.
     void addRows(const QString& first, const record::PieceText* pieces, const QString* last);
-    // line_, ended by CR LF, to the named log and then the daily log.
-    void writeFiles();
-    void writeNamed();
-    void writeDaily();
+    // A line, ended by CR LF and in the code page, to the named log and then the daily log. A failure
+    // loses the line in that file only: the other file and the list still get it.
+    void writeFiles(const QByteArray& line);
+    void writeNamed(const QByteArray& line);
+    void writeDaily(const QByteArray& line);
     Panel& panel_;
     Clock& clock_;
     Folders& folders_;
     Dialogs& dialogs_;
-    QByteArray line_; // the line being written, in the code page; its buffer is kept from line to line
+    FileAppender& files_;
     CachedPath named_;
     CachedPath daily_;
     record::PayloadText shown_;
 };
-
-// Appends text and CR LF in the code page; false when the file cannot be opened or written.
-bool appendLine(const QString& path, const QString& line);
 
 } // namespace sim

@@ -21,6 +21,7 @@ void LogLevel::cmd_browser_Click() {
         dlg.FilterIndex = 2;
         dlg.ShowSave();
         panel_.txt_Logfile.setText(dlg.FileName);
+        log_.flushFiles(); // lines still on their way to the chosen file go before it is emptied
         QFile file(log_.resolve(panel_.txt_Logfile.text()));
         if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
             file.close();

@@ -7,7 +7,7 @@ namespace sim {
 // The log level options and the choice of the named log file.
 class LogLevel {
 public:
-    LogLevel(Panel& panel, const LogBook& log) : panel_(panel), log_(log) {}
+    LogLevel(Panel& panel, LogBook& log) : panel_(panel), log_(log) {}
 
     void LogfileOn() { setRow(true); }
     void LogfileOff() { setRow(false); }
@@ -18,7 +18,7 @@ public:
 private:
     void setRow(bool on);
     Panel& panel_;
-    const LogBook& log_;
+    LogBook& log_;
 };
 
 } // namespace sim

@@ -3,6 +3,7 @@
 // The platform seam: every outside thing the simulator touches, as small interfaces that a test can
 // mix. The Qt platform implements them for real; tests/support has a simulated one.
 
+#include <QByteArray>
 #include <QDate>
 #include <QString>
 #include <QTime>
@@ -183,6 +184,22 @@ public:
     virtual QString workingFolder() const = 0;
 };
 
+// Appends text to files, for the logs: each file is opened in append mode, written and closed again, so
+// no file stays open between two writes. The order of what is handed over is the order in each file.
+class FileAppender {
+public:
+    // How a missing folder is made before the text is tried once more: the whole path, or its last
+    // level only (the folders above it must be there).
+    enum class MakeFolder { WholePath, LastLevel };
+    virtual ~FileAppender() = default;
+    // `file` is a path in the system's file name encoding, `folder` the folder that holds it, `bytes`
+    // the whole text with its line ends. A file that cannot be written loses the text, and nothing
+    // is reported.
+    virtual void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) = 0;
+    // Returns once everything handed over so far has been written (or lost).
+    virtual void flush() = 0;
+};
+
 class Browser {
 public:
     virtual ~Browser() = default;
@@ -200,6 +217,7 @@ struct Platform {
     Clock& clock;
     Folders& folders;
     Browser& browser;
+    FileAppender& files;
 };
 
 } // namespace sim

@@ -4,6 +4,7 @@
 // on which a test plays the device, scripted operator and device actions, scripted dialogs, and an
 // in-memory settings store with folders in a temporary directory.
 
+#include "platform/file_appenders.h"
 #include "platform/runtime_failure.h"
 #include "platform/seam.h"
 #include "platform/stream_socket.h"
@@ -262,8 +263,9 @@ struct SimPlatform {
     MemorySettings settings;
     TempFolders folders;
     SimBrowser browser;
+    DirectAppender files;
     Platform platform() {
-        return {scheduler, scheduler, network, dialogs, settings, scheduler, folders, browser};
+        return {scheduler, scheduler, network, dialogs, settings, scheduler, folders, browser, files};
     }
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/file_appenders.h"
 #include "platform/qt/qt_event_loop.h"
 #include "platform/qt/qt_network.h"
 #include "platform/qt/qt_services.h"
@@ -10,7 +11,7 @@ namespace sim::qt {
 class QtPlatform {
 public:
     QtPlatform() = default;
-    Platform platform() { return {pump, timers, network, dialogs, settings, clock, folders, browser}; }
+    Platform platform() { return {pump, timers, network, dialogs, settings, clock, folders, browser, files}; }
 
     EventGate gate;
     QtEventPump pump{gate};
@@ -21,6 +22,7 @@ public:
     QtClock clock;
     QtFolders folders;
     QtBrowser browser;
+    AppendQueue files;
 };
 
 } // namespace sim::qt
