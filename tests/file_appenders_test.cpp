@@ -1,0 +1,139 @@
+#include "platform/file_append.h"
+#include "platform/file_appenders.h"
+#include "support/files.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace sim::test {
+namespace {
+
+using MakeFolder = FileAppender::MakeFolder;
+
+QByteArray line(int i, qsizetype size = 40) {
+    QByteArray text = QByteArray::number(i).rightJustified(8, '0');
+    text.append(QByteArray(size - text.size() - 2, static_cast<char>('a' + i % 26)));
+    return text + "\r\n";
+}
+
+template <class Appender> class FileAppenders : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    QString path(const char* relative) const { return dir.filePath(QString::fromLatin1(relative)); }
+    QByteArray native(const char* relative) const { return file_append::nativeName(path(relative)); }
+};
+using Appenders = ::testing::Types<DirectAppender, AppendQueue>;
+TYPED_TEST_SUITE(FileAppenders, Appenders);
+
+TYPED_TEST(FileAppenders, KeepEachFilesLinesInOrderAndMakeItsMissingFolderTheWayAsked) {
+    TypeParam files;
+    QByteArray named;
+    QByteArray daily;
+    // The named log may lie folders deep; the daily log's folder is made one level deep, and only that.
+    for (int i = 0; i < 300; ++i) {
+        const QByteArray text = line(i, i % 7 == 0 ? 70'000 : 40);
+        files.append(this->native("Log/a/b/named.dat"), this->path("Log/a/b"), MakeFolder::WholePath, text);
+        files.append(this->native("log/STAT.log"), this->path("log"), MakeFolder::LastLevel, text);
+        files.append(this->native("gone/log/STAT.log"), this->path("gone/log"), MakeFolder::LastLevel, text);
+        named += text;
+        daily += text;
+    }
+    files.flush();
+    EXPECT_EQ(fileBytes(this->path("Log/a/b/named.dat")), named);
+    EXPECT_EQ(fileBytes(this->path("log/STAT.log")), daily);
+    EXPECT_FALSE(QDir(this->path("gone")).exists()) << "one level is made, not two";
+}
+
+TYPED_TEST(FileAppenders, MakeAFolderAgainThatWasRemovedBetweenTwoLines) {
+    TypeParam files;
+    files.append(this->native("log/STAT.log"), this->path("log"), MakeFolder::LastLevel, "one\r\n");
+    files.flush();
+    ASSERT_TRUE(QDir(this->path("log")).removeRecursively());
+    files.append(this->native("log/STAT.log"), this->path("log"), MakeFolder::LastLevel, "two\r\n");
+    files.flush();
+    EXPECT_EQ(fileBytes(this->path("log/STAT.log")), QByteArray("two\r\n"));
+}
+
+TEST(AppendQueue, WritesEverythingWaitingBeforeItEnds) {
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("STAT.log"));
+    QByteArray expected;
+    {
+        AppendQueue files;
+        for (int i = 0; i < 2000; ++i) {
+            expected += line(i, 1000);
+            files.append(file_append::nativeName(file), dir.path(), MakeFolder::LastLevel, line(i, 1000));
+        }
+    }
+    EXPECT_EQ(fileBytes(file), expected);
+}
+
+// A reader that is slower than the lines: the queue fills, the one who hands lines over waits for room,
+// and every byte still arrives once and in order. The file is a pipe, so the test reads what each open
+// of the writer brings.
+TEST(AppendQueue, HoldsTheLoggingThreadWhileFullAndLosesNothing) {
+    QTemporaryDir dir;
+    const QString fifo = dir.filePath(QStringLiteral("slow.log"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const qsizetype total = 3 * AppendQueue::kWaitingLimit;
+    QByteArray expected;
+    for (int i = 0; expected.size() < total; ++i) {
+        expected += line(i, 100'000);
+    }
+
+    AppendQueue files;
+    qsizetype mostWaiting = 0;
+    std::thread logging([&] {
+        for (qsizetype at = 0; at < expected.size(); at += 100'000) {
+            files.append(QFile::encodeName(fifo), dir.path(), MakeFolder::LastLevel,
+                         expected.mid(at, 100'000));
+            mostWaiting = std::max(mostWaiting, files.waiting());
+        }
+        files.flush();
+    });
+    QByteArray read;
+    char buffer[65536];
+    while (read.size() < expected.size()) {
+        const int fd = ::open(QFile::encodeName(fifo).constData(), O_RDONLY);
+        ASSERT_GE(fd, 0);
+        ssize_t n = 0;
+        while ((n = ::read(fd, buffer, sizeof buffer)) > 0) {
+            read.append(buffer, n);
+        }
+        ::close(fd);
+    }
+    logging.join();
+    EXPECT_LE(mostWaiting, AppendQueue::kWaitingLimit);
+    EXPECT_EQ(read.size(), expected.size());
+    EXPECT_TRUE(read == expected) << "every line once, in order";
+}
+
+TEST(FileAppend, WritesLongAndShortPiecesWholeAndInOrder) {
+    QTemporaryDir dir;
+    const QByteArray file = file_append::nativeName(dir.filePath(QStringLiteral("x.log")));
+    // Pieces shorter and longer than what one write call carries, and exactly that much.
+    const QByteArray pieces[] = {line(0, 10), line(1, 70'000), line(2, file_append::kMostInOneCall),
+                                 line(3, 3),  QByteArray(),    line(4, file_append::kMostInOneCall - 13),
+                                 line(5, 20)};
+    std::vector<QByteArrayView> views(std::begin(pieces), std::end(pieces));
+    QByteArray expected;
+    for (const QByteArray& piece : pieces) {
+        expected += piece;
+    }
+    ASSERT_EQ(file_append::append(file, views), file_append::Result::Written);
+    ASSERT_EQ(file_append::append(file, views), file_append::Result::Written);
+    EXPECT_EQ(fileBytes(QFile::decodeName(file)), expected + expected);
+    EXPECT_EQ(file_append::append(file_append::nativeName(dir.filePath(QStringLiteral("none/x.log"))), views),
+              file_append::Result::NoFolder);
+}
+
+} // namespace
+} // namespace sim::test
