@@ -124,32 +124,36 @@ TEST(ListUpkeep, ARecordOfManyRowsTrimsOneOldRowForEachOfItsRowsPastTheLimit) {
 }
 
 TEST(ListUpkeep, ALongRecordShowsTheSameRowsWhetherOrNotItGoesToTheFilesToo) {
-    // Every byte value in turn, so the hexadecimal form mixes one- and two-digit bytes.
-    Bytes payload(40'000);
-    for (std::size_t i = 0; i < payload.size(); ++i) {
-        payload[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
+    // Every byte value in turn, so the hexadecimal form mixes one- and two-digit bytes; and one-letter
+    // bytes alone, the shortest text a byte has.
+    Bytes mixed(40'000);
+    for (std::size_t i = 0; i < mixed.size(); ++i) {
+        mixed[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
     }
-    for (const bool ascii : {true, false}) {
-        SCOPED_TRACE(ascii ? "ASCII" : "hex");
-        QStringList rows[2];
-        for (const int withFiles : {0, 1}) {
-            Logged f;
-            f.level(withFiles != 0 ? f.p.Opt_List_File : f.p.opt_List);
-            if (!ascii) {
-                f.op.click(f.p.opt_HexA);
+    Bytes letters(40'000, 0x0A);
+    for (const Bytes* payload : {&mixed, &letters}) {
+        for (const bool ascii : {true, false}) {
+            SCOPED_TRACE(ascii ? "ASCII" : "hex");
+            QStringList rows[2];
+            for (const int withFiles : {0, 1}) {
+                Logged f;
+                f.level(withFiles != 0 ? f.p.Opt_List_File : f.p.opt_List);
+                if (!ascii) {
+                    f.op.click(f.p.opt_HexA);
+                }
+                ASSERT_TRUE(f.form.log().Logfile_chk());
+                f.form.log().TrafficLog(*payload, 40'000, 1);
+                // The same bytes sent back, as an echo does, then to the list alone.
+                f.form.log().TrafficLog(*payload, 40'000, 0);
+                rows[withFiles] = f.rows();
+                if (withFiles != 0) {
+                    EXPECT_GT(f.named().size(), ascii ? 80'000 : 160'000) << "the files hold the whole text";
+                }
             }
-            ASSERT_TRUE(f.form.log().Logfile_chk());
-            f.form.log().TrafficLog(payload, 40'000, 1);
-            // The same bytes sent back, as an echo does, then to the list alone.
-            f.form.log().TrafficLog(payload, 40'000, 0);
-            rows[withFiles] = f.rows();
-            if (withFiles != 0) {
-                EXPECT_GT(f.named().size(), ascii ? 80'000 : 200'000) << "the files hold the whole text";
-            }
+            // Per record 547 pieces of 60 characters, the head row's first, then the closing row.
+            EXPECT_EQ(rows[0].size(), 2 * 548) << "the rows end where their position passes 16 bits";
+            EXPECT_EQ(rows[0], rows[1]);
         }
-        // Per record 547 pieces of 60 characters, the head row's first, then the closing row.
-        EXPECT_EQ(rows[0].size(), 2 * 548) << "the rows end where their position passes 16 bits";
-        EXPECT_EQ(rows[0], rows[1]);
     }
 }
 

@@ -85,17 +85,25 @@ std::string_view hexDigits(std::uint8_t byte) {
     return {cell.text.data() + 1, static_cast<std::size_t>(cell.size - 1)};
 }
 
-void appendHexPayload(QByteArray& out, const Bytes& data, int len) {
+namespace {
+
+void appendHexBytes(QByteArray& out, const std::uint8_t* bytes, qsizetype count) {
     const qsizetype start = out.size();
     // Each cell is copied whole, and the next one starts where its text ends.
-    out.resize(start + static_cast<qsizetype>(len) * 3 + 1);
+    out.resize(start + count * 3 + 1);
     char* at = out.data() + start;
-    for (int i = 0; i < len; ++i) {
-        const HexCell& cell = kHexCells[data[static_cast<std::size_t>(i)]];
+    for (qsizetype i = 0; i < count; ++i) {
+        const HexCell& cell = kHexCells[bytes[i]];
         std::memcpy(at, cell.text.data(), cell.text.size());
         at += cell.size;
     }
     out.truncate(at - out.constData());
+}
+
+} // namespace
+
+void appendHexPayload(QByteArray& out, const Bytes& data, int len) {
+    appendHexBytes(out, data.data(), len);
 }
 
 void appendHead(QByteArray& out, const Stamp& stamp, int len, int direction, bool spaced) {
@@ -192,21 +200,32 @@ const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii, Ex
         return text_;
     }
     // The list's rows reach no further than Int16::kMax characters; two rows more leave the last of
-    // them as they are in the whole text. A byte takes at least one character in ASCII, two in hex.
-    constexpr int kListChars = Int16::kMax + 2 * kRowWidth;
-    const int shown = whole ? len : std::min(len, ascii ? kListChars : kListChars / 2 + 1);
+    // them as they are in the whole text.
+    constexpr qsizetype kListChars = Int16::kMax + 2 * kRowWidth;
     bytes_ = bytes.toByteArray();
     ascii_ = ascii;
     rendered_ = true;
-    whole_ = shown == len;
     haveRows_ = false;
     pieces_ = {};
     text_.resize(0);
+    int shown = len;
     if (ascii) {
+        shown = whole ? len : static_cast<int>(std::min<qsizetype>(len, kListChars));
         appendAsciiPayload(text_, data, shown);
+    } else if (whole) {
+        appendHexPayload(text_, data, len);
     } else {
-        appendHexPayload(text_, data, shown);
+        // A byte takes three characters, or two for the one-letter ones: render by the three until the
+        // text reaches as far as the rows do.
+        shown = 0;
+        while (shown < len && text_.size() < kListChars) {
+            const auto more =
+                static_cast<int>(std::min<qsizetype>(len - shown, (kListChars - text_.size() + 2) / 3));
+            appendHexBytes(text_, data.data() + shown, more);
+            shown += more;
+        }
     }
+    whole_ = shown == len;
     return text_;
 }
 

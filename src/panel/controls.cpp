@@ -281,31 +281,49 @@ void ListBox::listChanged(Prop prop) {
 }
 
 void ListBox::addItem(const QString& row) {
-    push({row});
+    push(row, 0, -1);
 }
 
 void ListBox::addPiece(const QString& text, qsizetype from, qsizetype size) {
-    push({text, from, size});
+    push(text, from, size);
 }
 
-void ListBox::push(Row row) {
-    rows_.push_back(std::move(row));
+void ListBox::push(const QString& text, qsizetype from, qsizetype size) {
+    // The pieces of one record's text come one after another: they share the text the list holds.
+    const bool shared = size >= 0 && !texts_.empty() && texts_.back().isSharedWith(text);
+    if (!shared) {
+        texts_.push_back(text);
+    }
+    rows_.push_back({firstText_ + texts_.size() - 1, from, size});
     ++added_;
     listChanged(Prop::Rows);
     if (rowAdded) {
-        rowAdded(rows_.back().toString());
+        rowAdded(toString(rows_.back()));
+    }
+}
+
+QString ListBox::toString(const Row& row) const {
+    const QString& text = texts_[static_cast<std::size_t>(row.text - firstText_)];
+    return row.size < 0 ? text : text.mid(row.from, row.size);
+}
+
+void ListBox::dropUnnamedTexts() {
+    const std::uint64_t oldest = rows_.empty() ? firstText_ + texts_.size() : rows_.front().text;
+    while (firstText_ < oldest) {
+        texts_.pop_front();
+        ++firstText_;
     }
 }
 
 QString ListBox::row(int index) const {
-    return rows_.at(static_cast<std::size_t>(index)).toString();
+    return toString(rows_.at(static_cast<std::size_t>(index)));
 }
 
 QStringList ListBox::rows() const {
     QStringList out;
     out.reserve(static_cast<qsizetype>(rows_.size()));
     for (const Row& r : rows_) {
-        out.push_back(r.toString());
+        out.push_back(toString(r));
     }
     return out;
 }
@@ -316,6 +334,7 @@ void ListBox::removeItem(int index) {
     }
     if (index == 0) {
         rows_.pop_front(); // the oldest row, as the list's upkeep removes it
+        dropUnnamedTexts();
     } else {
         rows_.erase(rows_.begin() + index);
     }
@@ -335,12 +354,14 @@ void ListBox::removeOldest(int count) {
         return;
     }
     rows_.erase(rows_.begin(), rows_.begin() + count);
+    dropUnnamedTexts();
     listIndex_ = listIndex_ < count ? Int16(-1) : Int16(listIndex_ - count);
     listChanged(Prop::Rows);
 }
 
 void ListBox::clear() {
     rows_.clear();
+    dropUnnamedTexts();
     listIndex_ = -1;
     listChanged(Prop::Rows);
 }

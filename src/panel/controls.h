@@ -196,16 +196,21 @@ public:
     std::function<void(const QString& row)> rowAdded;
 
 private:
-    // A row: the whole of `text`, or the piece of it from `from` on, `size` long.
+    // A row: the whole of a text the list holds, or the piece of it from `from` on, `size` long. Rows
+    // name their text by its number, so that adding and dropping a row touches no shared string.
     struct Row {
-        QString text;
+        std::uint64_t text = 0;
         qsizetype from = 0;
         qsizetype size = -1;
-        QString toString() const { return size < 0 ? text : text.mid(from, size); }
     };
-    void push(Row row);
+    void push(const QString& text, qsizetype from, qsizetype size);
+    QString toString(const Row& row) const;
+    // Lets go of the texts no row names any more; rows name their texts in the order they came.
+    void dropUnnamedTexts();
     void listChanged(Prop prop);
     std::deque<Row> rows_;
+    std::deque<QString> texts_;
+    std::uint64_t firstText_ = 0; // the number of texts_.front()
     std::uint64_t added_ = 0;
     Int16 listIndex_{-1};
     int batches_ = 0;
