@@ -1,6 +1,7 @@
 // A peer whose receive path is stuck, against the simulator listening as an echo server: a client on
 // 127.0.0.1 pours 256 MiB and reads nothing for the first 6 s, then reads while it goes on pouring.
-// For each log level (None, then List with the window on the offscreen platform) it prints:
+// For each log level (None, then List and List + File with the window on the offscreen platform; the
+// log files go to a temporary folder) it prints:
 //   - what the client got the system to take in the first 6 s (the simulator stopped reading);
 //   - the peak growth of the resident memory over the run (target under 64 MiB);
 //   - whether every byte came back, in order, and how long the echo took once the client read;
@@ -273,13 +274,20 @@ void run(const char* level, const char* shown, bool withWindow) {
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    // "none" or "list" runs one level alone (for a profile of it).
+    // "none", "list" or "listfile" runs one level alone (for a profile of it).
     const std::string only = argc > 1 ? argv[1] : "";
-    if (only != "list") {
-        run("opt_None", "None", false);
-    }
-    if (only != "none") {
-        run("opt_List", "List", true);
+    const struct {
+        const char* name;
+        const char* option;
+        const char* shown;
+        bool withWindow;
+    } levels[] = {{"none", "opt_None", "None", false},
+                  {"list", "opt_List", "List", true},
+                  {"listfile", "Opt_List_File", "List + File", true}};
+    for (const auto& level : levels) {
+        if (only.empty() || only == level.name) {
+            run(level.option, level.shown, level.withWindow);
+        }
     }
     return 0;
 }

@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -188,6 +189,62 @@ TEST_F(Program, SigtermEndsAListenAsCloseDoesAndExitsWithZero) {
     process.terminate();
     EXPECT_EQ(finish(5000), 0);
     EXPECT_TRUE(out.endsWith("] : Server Closed\n")) << out.toStdString();
+}
+
+// The built program writes its log files on a thread of their own: once it has ended, both hold every
+// record of the echo, whole.
+TEST_F(Program, SigtermLeavesEveryRecordOfAnEchoInBothLogFiles) {
+    const int port = freePort();
+    const QString named = root.filePath(QStringLiteral("logs/echo.dat"));
+    start({QStringLiteral("--headless"), QStringLiteral("--quiet"), QStringLiteral("--profile"),
+           profile({QStringLiteral("opt_Client=true"), QStringLiteral("txt_Port=%1").arg(port),
+                    QStringLiteral("Opt_List_File=true"), QStringLiteral("opt_HexA=true"),
+                    QStringLiteral("txt_Logfile=%1").arg(named)}),
+           QStringLiteral("--start")});
+    QTcpSocket client;
+    // Nothing is printed: the client tries until the program listens, or ends.
+    for (int attempt = 0; attempt < 250 && client.state() != QAbstractSocket::ConnectedState; ++attempt) {
+        client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
+        if (!client.waitForConnected(1000) && process.waitForFinished(20)) {
+            break;
+        }
+    }
+    ASSERT_EQ(client.state(), QAbstractSocket::ConnectedState);
+    const QByteArray flood(4 << 20, '\x5A');
+    client.write(flood);
+    qsizetype echoed = 0;
+    while (echoed < flood.size() && client.waitForReadyRead(5000)) {
+        echoed += client.readAll().size();
+    }
+    ASSERT_EQ(echoed, flood.size());
+    process.terminate();
+    ASSERT_EQ(finish(), 0) << err.toStdString();
+
+    const auto bytesRecorded = [](const QByteArray& log, const char* direction) {
+        const QRegularExpression head(
+            QStringLiteral("\\] : %1 \\[(\\d+) byte\\] :  ").arg(QLatin1String(direction)));
+        qsizetype total = 0;
+        for (auto match = head.globalMatch(QString::fromLatin1(log)); match.hasNext();) {
+            total += match.next().captured(1).toLongLong();
+        }
+        return total;
+    };
+    QFile namedLog(named);
+    ASSERT_TRUE(namedLog.open(QIODevice::ReadOnly));
+    const QByteArray namedText = namedLog.readAll();
+    const QDir daily(root.filePath(QStringLiteral("work/log")));
+    const QStringList days = daily.entryList({QStringLiteral("STAT_*.log")});
+    ASSERT_FALSE(days.isEmpty());
+    QByteArray dailyText;
+    for (const QString& day : days) {
+        QFile file(daily.filePath(day));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        dailyText += file.readAll();
+    }
+    EXPECT_EQ(bytesRecorded(namedText, "Recv"), flood.size());
+    EXPECT_EQ(bytesRecorded(namedText, "Send"), flood.size());
+    EXPECT_EQ(dailyText, namedText);
+    EXPECT_TRUE(namedText.endsWith(" 5A\r\n"));
 }
 
 TEST_F(Program, APrintedProfileNeedsNoDisplayAndLoadsBackToTheSamePanel) {
