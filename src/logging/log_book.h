@@ -27,7 +27,8 @@ public:
     // Returns once every line so far has reached its file (or been lost there): the platform may write
     // the files on a thread of its own.
     void flushFiles() { files_.flush(); }
-    // Appends a text, ended by CR LF, to a file of its own in `folder`, which must be there.
+    // Appends a text, ended by CR LF, to a file of its own in `folder`; a missing folder is made one level
+    // deep.
     void appendLine(const QString& folder, const QString& file, const QString& line);
     // Validates the named log file and prepares it: folders of any depth are made and a missing file is
     // created empty. "Invalid Pass" and false for a path that cannot be used.

@@ -23,12 +23,8 @@ Result withQFile(const QByteArray& path, std::span<const QByteArrayView> pieces)
     }
     // Unbuffered, each call is a write of its own: the pieces are joined first.
     QByteArray bytes;
-    if (pieces.size() == 1) {
-        bytes = QByteArray::fromRawData(pieces[0].data(), pieces[0].size());
-    } else {
-        for (const QByteArrayView piece : pieces) {
-            bytes.append(piece);
-        }
+    for (const QByteArrayView piece : pieces) {
+        bytes.append(piece);
     }
     const bool written = file.write(bytes) == bytes.size();
     file.close();
@@ -38,7 +34,7 @@ Result withQFile(const QByteArray& path, std::span<const QByteArrayView> pieces)
 #ifdef Q_OS_UNIX
 namespace {
 
-// Writes pieces in one call, following a partial write to the end.
+// Writes the pieces with as few calls as the system takes them in, following a partial write on.
 bool writeGathered(int fd, std::vector<iovec>& pieces) {
     std::size_t first = 0;
     while (first < pieces.size()) {
