@@ -40,7 +40,7 @@ TEST(FormLoad, BuildsTheStartingPanel) {
     Panel& p = l.f.p;
     EXPECT_EQ(p.txt_Simulator_IP.text(), l.f.sim.network.localIP);
     EXPECT_FALSE(p.txt_Port.enabled());
-    EXPECT_EQ(p.txt_Port.backColor(), kGrey);
+    EXPECT_EQ(p.txt_Port.backColor(), 0xC0C0C0U);
     EXPECT_EQ(p.com_Timegap.text(), QStringLiteral("1"));
     EXPECT_EQ(p.com_Count.text(), QStringLiteral("Endless"));
     EXPECT_EQ(p.Cmd_Start.caption(), QStringLiteral("Connect"));

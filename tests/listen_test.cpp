@@ -1,4 +1,3 @@
-#include "panel/role.h"
 #include "support/scenario.h"
 
 #include <gtest/gtest.h>
@@ -161,13 +160,13 @@ TEST(Role, ClientSwitchesThePanelToTheListenPort) {
     f.op.click(p.opt_Client);
     EXPECT_EQ(p.Cmd_Start.caption(), QStringLiteral("Listen"));
     EXPECT_TRUE(p.txt_Port.enabled());
-    EXPECT_EQ(p.txt_Port.backColor(), Role::kWhite);
+    EXPECT_EQ(p.txt_Port.backColor(), 0xFFFFFFU);
     for (int i = 0; i < 4; ++i) {
         EXPECT_FALSE(p.txt_Destination_IP(i).enabled());
-        EXPECT_EQ(p.txt_Destination_IP(i).backColor(), kGrey);
+        EXPECT_EQ(p.txt_Destination_IP(i).backColor(), 0xC0C0C0U);
         EXPECT_EQ(p.txt_Destination_IP(i).text().isEmpty(), false) << "texts are kept";
     }
-    EXPECT_EQ(p.com_Timegap.backColor(), kGrey) << "the fixed grey, not the system colour";
+    EXPECT_EQ(p.com_Timegap.backColor(), 0xC0C0C0U) << "the fixed grey, not the system colour";
     EXPECT_TRUE(p.opt_OneTime.value());
     EXPECT_FALSE(p.Label5.enabled()) << "OneTime's handler ran";
     EXPECT_FALSE(p.com_Count.enabled());
@@ -183,10 +182,10 @@ TEST(Role, ServerAfterClientLeavesTheRepeatRowOpenAndWhite) {
     EXPECT_TRUE(p.opt_Repeat.value());
     EXPECT_TRUE(p.opt_Repeat.enabled());
     EXPECT_TRUE(p.com_Timegap.enabled());
-    EXPECT_EQ(p.com_Count.backColor(), Role::kWhite);
+    EXPECT_EQ(p.com_Count.backColor(), 0xFFFFFFU);
     EXPECT_TRUE(p.Label6.enabled()) << "Repeat's handler ran";
     EXPECT_FALSE(p.txt_Port.enabled());
-    EXPECT_EQ(p.txt_Port.backColor(), kGrey);
+    EXPECT_EQ(p.txt_Port.backColor(), 0xC0C0C0U);
     EXPECT_TRUE(p.opt_Send_recv.value()) << "the role does not look at the action";
     EXPECT_EQ(f.sim.settings.writes, writes) << "a role change saves nothing";
 }

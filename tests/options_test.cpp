@@ -1,4 +1,3 @@
-#include "panel/options.h"
 #include "support/scenario.h"
 
 #include <gtest/gtest.h>
@@ -14,15 +13,15 @@ TEST(ActionOptions, SendOnlyOpensTheRepeatRowAndTheOthersCloseIt) {
              &p.opt_Repeat, &p.opt_OneTime, &p.com_Timegap, &p.com_Count, &p.chkMode}) {
         EXPECT_TRUE(on->enabled()) << on->name().toStdString();
     }
-    EXPECT_EQ(p.com_Timegap.backColor(), Options::kWhite);
-    EXPECT_EQ(p.com_Count.backColor(), Options::kWhite);
+    EXPECT_EQ(p.com_Timegap.backColor(), 0xFFFFFFU);
+    EXPECT_EQ(p.com_Count.backColor(), 0xFFFFFFU);
     for (const char* other : {"opt_Receive_Only", "opt_Send_input", "opt_Send_recv"}) {
         f.op.click(p.opt_Send_Only);
         f.op.click(*p.find(other));
         EXPECT_FALSE(p.opt_Repeat.enabled()) << other;
         EXPECT_FALSE(p.com_Count.enabled()) << other;
         EXPECT_FALSE(p.chkMode.enabled()) << other;
-        EXPECT_EQ(p.com_Count.backColor(), Options::kSystemGrey) << other;
+        EXPECT_EQ(p.com_Count.backColor(), 0x8000000FU) << other;
     }
 }
 
@@ -33,7 +32,7 @@ TEST(ActionOptions, RepeatAndOneTimeSwitchTheCombosWithoutTouchingTheirColour) {
     f.op.click(p.opt_OneTime);
     EXPECT_FALSE(p.com_Timegap.enabled());
     EXPECT_FALSE(p.Label5.enabled());
-    EXPECT_EQ(p.com_Timegap.backColor(), Options::kWhite);
+    EXPECT_EQ(p.com_Timegap.backColor(), 0xFFFFFFU);
     // Send Only opens the combos even with OneTime chosen; their labels stay off.
     f.op.click(p.opt_Receive_Only);
     f.op.click(p.opt_Send_Only);

@@ -7,19 +7,17 @@
 namespace sim {
 namespace {
 
-constexpr int kSubscriptOutOfRange = 9;
-
 // Counts and positions of the conversion are 16-bit.
 int checkedLength(const QString& text) {
     if (!Int16::fits(text.size())) {
-        throw RuntimeFailure(failure::kOverflow, QStringLiteral("Overflow"));
+        throw RuntimeFailure(failure::kOverflow);
     }
     return static_cast<int>(text.size());
 }
 
 void sizeTo(Bytes& payload, int count) {
     if (count <= 0) {
-        throw RuntimeFailure(kSubscriptOutOfRange, QStringLiteral("Subscript out of range"));
+        throw RuntimeFailure(failure::kSubscriptOutOfRange);
     }
     payload.assign(static_cast<std::size_t>(count), 0);
 }
@@ -35,7 +33,7 @@ int hexDigit(QChar c) {
     if (u >= u'a' && u <= u'f') {
         return u - u'a' + 10;
     }
-    throw RuntimeFailure(failure::kTypeMismatch, QStringLiteral("Type mismatch"));
+    throw RuntimeFailure(failure::kTypeMismatch);
 }
 
 } // namespace
@@ -46,8 +44,7 @@ void Str2Ary(Bytes& payload, const QString& text) {
     for (int i = 0; i < n; ++i) {
         const int code = code_page::ansiCode(text.at(i));
         if (code < 0 || code > 255) {
-            throw RuntimeFailure(failure::kInvalidProcedureCall,
-                                 QStringLiteral("Invalid procedure call or argument"));
+            throw RuntimeFailure(failure::kInvalidProcedureCall);
         }
         payload[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(code);
     }
@@ -63,18 +60,13 @@ void Hex2Ary(Bytes& payload, const QString& text) {
     }
 }
 
-} // namespace sim
-
-namespace sim {
-
 void convertByFormat(bool ascii, bool hex, Bytes& payload, const QString& text) {
     if (ascii) {
         Str2Ary(payload, text);
     } else if (hex) {
         Hex2Ary(payload, text);
     } else {
-        throw RuntimeFailure(failure::kInvalidProcedureCall,
-                             QStringLiteral("Invalid procedure call or argument"));
+        throw RuntimeFailure(failure::kInvalidProcedureCall);
     }
 }
 

@@ -15,10 +15,6 @@ void Str2Ary(Bytes& payload, const QString& text);
 // One byte per pair of hexadecimal digits, cut by position; an odd last character is never read.
 void Hex2Ary(Bytes& payload, const QString& text);
 
-} // namespace sim
-
-namespace sim {
-
 // The data format rule: the ASCII form when `ascii` is selected, else the hexadecimal form when `hex`
 // is; read at each send.
 void convertByFormat(bool ascii, bool hex, Bytes& payload, const QString& text);

@@ -124,7 +124,7 @@ std::optional<long> repeatLimit(const QString& countText) {
     }
     const auto limit = toLong(countText);
     if (!limit) {
-        throw RuntimeFailure(failure::kTypeMismatch, QStringLiteral("Type mismatch"));
+        throw RuntimeFailure(failure::kTypeMismatch);
     }
     return limit;
 }

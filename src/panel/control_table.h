@@ -6,7 +6,6 @@
 namespace sim {
 
 enum class Kind {
-    Form,
     Frame,
     Label,
     TextBox,
@@ -20,9 +19,14 @@ enum class Kind {
     SaveDialog
 };
 
-// Colours: a fixed grey and the system's button face are two different colours.
-enum class Back { Default, Grey, ButtonFace };
-inline constexpr unsigned kGrey = 0xC0C0C0;
+// Colours as the form stores them: 0x00BBGGRR, or the index of a system colour with the top bit set.
+namespace colour {
+inline constexpr unsigned kWhite = 0xFFFFFF; // a field in use
+inline constexpr unsigned kGrey = 0xC0C0C0;  // a field out of use
+// The system's button face: the combo boxes' colour at design, and not the fixed grey above.
+inline constexpr unsigned kButtonFace = 0x8000000F;
+inline constexpr unsigned kWindow = 0x80000005; // the system's window background: every other box's
+} // namespace colour
 
 // Arial 9 pt regular unless said otherwise; FormDefault is the form's own default font.
 enum class Font { Regular, Bold, List, FormDefault };
@@ -58,7 +62,7 @@ struct ControlDesign {
     Geometry geometry;
     std::string_view caption; // caption, or the design text; "&&" shows one ampersand
     unsigned flags;
-    Back back;
+    unsigned back; // the back colour of a text or combo box
     Font font;
     Entries entries;
     int interval = 0; // timers: design Interval in ms

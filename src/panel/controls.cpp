@@ -1,9 +1,9 @@
 #include "panel/controls.h"
-#include "platform/scoped_flag.h"
 
 #include "panel/panel.h"
 #include "panel/texts.h"
 #include "platform/runtime_failure.h"
+#include "platform/scoped_flag.h"
 
 #include <algorithm>
 #include <utility>
@@ -11,23 +11,8 @@
 namespace sim {
 namespace {
 
-constexpr int kInvalidPropertyValue = 380;
-constexpr int kCancelSelected = 32755;
-
 RuntimeFailure invalidValue() {
-    return RuntimeFailure(kInvalidPropertyValue, QStringLiteral("Invalid property value"));
-}
-
-unsigned designBack(const ControlDesign& design) {
-    switch (design.back) {
-    case Back::Grey:
-        return kGrey;
-    case Back::ButtonFace:
-        return 0x8000000F; // the system colour index of the button face
-    case Back::Default:
-        break;
-    }
-    return 0x80000005; // the system colour index of a window's background
+    return RuntimeFailure(failure::kInvalidPropertyValue);
 }
 
 QStringList designEntries(Entries entries) {
@@ -105,8 +90,7 @@ bool Control::canHoldFocus() const {
 
 void Control::setFocus() {
     if (!canHoldFocus() || !takesInput()) {
-        throw RuntimeFailure(failure::kInvalidProcedureCall,
-                             QStringLiteral("Invalid procedure call or argument"));
+        throw RuntimeFailure(failure::kInvalidProcedureCall);
     }
     panel_.moveFocus(this);
 }
@@ -173,7 +157,7 @@ void CheckBox::setValue(Int16 value) {
 // ---- TextBox ----
 
 TextBox::TextBox(Panel& panel, const ControlDesign& design)
-    : Control(panel, design), text_(QString::fromLatin1(design.caption)), backColor_(designBack(design)) {}
+    : Control(panel, design), text_(QString::fromLatin1(design.caption)), backColor_(design.back) {}
 
 void TextBox::setText(const QString& text) {
     replaceText(text, 0);
@@ -232,7 +216,7 @@ void TextBox::setBackColor(unsigned colour) {
 // ---- ComboBox ----
 
 ComboBox::ComboBox(Panel& panel, const ControlDesign& design)
-    : Control(panel, design), entries_(designEntries(design.entries)), backColor_(designBack(design)) {}
+    : Control(panel, design), entries_(designEntries(design.entries)), backColor_(design.back) {}
 
 void ComboBox::setText(const QString& text) {
     if (text_ != text) {
@@ -425,7 +409,7 @@ void SaveDialog::ShowSave() {
     if (auto chosen = dialogs_.showSave(request)) {
         FileName = *chosen;
     } else if (CancelError) {
-        throw RuntimeFailure(kCancelSelected, QStringLiteral("Cancel was selected."),
+        throw RuntimeFailure(failure::kCancelSelected, failure::description(failure::kCancelSelected),
                              QStringLiteral("CommonDialog"));
     }
 }

@@ -10,7 +10,7 @@ void FormLifecycle::Form_Load() {
     Panel& p = panel_;
     p.txt_Simulator_IP.setText(p.Server_Socket.localIP());
     p.txt_Port.setEnabled(false);
-    p.txt_Port.setBackColor(kGrey);
+    p.txt_Port.setBackColor(colour::kGrey);
     p.iRepeatNo = 0;
     p.iConnectTick = 0;
     p.com_Timegap.setListIndex(0);

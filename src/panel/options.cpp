@@ -9,8 +9,8 @@ void Options::opt_Send_Only_Click() {
     p.com_Timegap.setEnabled(true);
     p.com_Count.setEnabled(true);
     p.chkMode.setEnabled(true);
-    p.com_Timegap.setBackColor(kWhite);
-    p.com_Count.setBackColor(kWhite);
+    p.com_Timegap.setBackColor(colour::kWhite);
+    p.com_Count.setBackColor(colour::kWhite);
 }
 
 void Options::actionWithoutSending() {
@@ -21,8 +21,8 @@ void Options::actionWithoutSending() {
     p.com_Count.setEnabled(false);
     p.chkMode.setValue(0);
     p.chkMode.setEnabled(false);
-    p.com_Timegap.setBackColor(kSystemGrey);
-    p.com_Count.setBackColor(kSystemGrey);
+    p.com_Timegap.setBackColor(colour::kButtonFace);
+    p.com_Count.setBackColor(colour::kButtonFace);
 }
 
 void Options::opt_Repeat_Click() {

@@ -27,9 +27,6 @@ public:
     void txtStep_Change(int index) { countBytes(panel_.txtStep(index), panel_.lvlcnt_Byte(index)); }
     void txtStep_KeyPress(int index, Int16& keyAscii) { filterKey(panel_.txtStep(index), keyAscii); }
 
-    static constexpr unsigned kWhite = 0xFFFFFF;
-    static constexpr unsigned kSystemGrey = 0x8000000F;
-
 private:
     void actionWithoutSending();
     void repeatRow(bool on);

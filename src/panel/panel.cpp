@@ -29,7 +29,6 @@ std::unique_ptr<Control> makeControl(Panel& panel, const ControlDesign& design, 
         return std::make_unique<Timer>(panel, design, timers);
     case Kind::SaveDialog:
         return std::make_unique<SaveDialog>(panel, design, dialogs);
-    case Kind::Form:
     case Kind::Socket:
         break;
     }

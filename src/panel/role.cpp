@@ -11,14 +11,14 @@ void Role::destination(bool on) {
     }
     p.txt_Destination_Port.setEnabled(on);
     for (int i = 0; i < 4; ++i) {
-        p.txt_Destination_IP(i).setBackColor(on ? kWhite : kGrey);
+        p.txt_Destination_IP(i).setBackColor(on ? colour::kWhite : colour::kGrey);
     }
-    p.txt_Destination_Port.setBackColor(on ? kWhite : kGrey);
+    p.txt_Destination_Port.setBackColor(on ? colour::kWhite : colour::kGrey);
 }
 
 void Role::listenPort(bool on) {
     panel_.txt_Port.setEnabled(on);
-    panel_.txt_Port.setBackColor(on ? kWhite : kGrey);
+    panel_.txt_Port.setBackColor(on ? colour::kWhite : colour::kGrey);
 }
 
 void Role::opt_Client_Click() {
@@ -27,8 +27,8 @@ void Role::opt_Client_Click() {
     p.opt_OneTime.setValue(true);
     p.com_Timegap.setEnabled(false);
     p.com_Count.setEnabled(false);
-    p.com_Timegap.setBackColor(kGrey);
-    p.com_Count.setBackColor(kGrey);
+    p.com_Timegap.setBackColor(colour::kGrey);
+    p.com_Count.setBackColor(colour::kGrey);
     listenPort(true);
     destination(false);
     p.Cmd_Start.setCaption(QLatin1String(texts::kListenCaption));
@@ -40,8 +40,8 @@ void Role::opt_Server_Click() {
     p.opt_Repeat.setValue(true);
     p.com_Timegap.setEnabled(true);
     p.com_Count.setEnabled(true);
-    p.com_Timegap.setBackColor(kWhite);
-    p.com_Count.setBackColor(kWhite);
+    p.com_Timegap.setBackColor(colour::kWhite);
+    p.com_Count.setBackColor(colour::kWhite);
     destination(true);
     listenPort(false);
     p.Cmd_Start.setCaption(QLatin1String(texts::kConnectCaption));

@@ -11,8 +11,6 @@ public:
     void opt_Client_Click();
     void opt_Server_Click();
 
-    static constexpr unsigned kWhite = 0xFFFFFF;
-
 private:
     void destination(bool on);
     void listenPort(bool on);

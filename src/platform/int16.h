@@ -30,7 +30,7 @@ private:
     static constexpr long long wide(int v) { return v; }
     static std::int16_t checked(long long v) {
         if (!fits(v)) {
-            throw RuntimeFailure(failure::kOverflow, QStringLiteral("Overflow"));
+            throw RuntimeFailure(failure::kOverflow);
         }
         return static_cast<std::int16_t>(v);
     }

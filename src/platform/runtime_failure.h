@@ -14,6 +14,8 @@ public:
     RuntimeFailure(int number, const QString& description, const QString& source = {})
         : std::runtime_error(description.toStdString()), number_(number), description_(description),
           source_(source) {}
+    // One of the form's own failures (failure:: below), with its description.
+    explicit RuntimeFailure(int number);
 
     int number() const { return number_; }
     const QString& description() const { return description_; }
@@ -32,10 +34,17 @@ public:
     const char* what() const noexcept override { return "the window was closed"; }
 };
 
+// The numbers of the run-time failures the form's own calls raise.
 namespace failure {
-inline constexpr int kOverflow = 6;
 inline constexpr int kInvalidProcedureCall = 5;
+inline constexpr int kOverflow = 6;
+inline constexpr int kSubscriptOutOfRange = 9;
 inline constexpr int kTypeMismatch = 13;
+inline constexpr int kInvalidPropertyValue = 380;
+inline constexpr int kCancelSelected = 32755; // the Save dialog's Cancel, when asked to raise it
+
+// The description that goes with a number above.
+QString description(int number);
 } // namespace failure
 
 } // namespace sim

@@ -38,11 +38,11 @@ std::optional<long> toLong(const QString& text) {
 Int16 toInt16(const QString& text) {
     const auto value = parseNumber(text);
     if (!value) {
-        throw RuntimeFailure(failure::kTypeMismatch, QStringLiteral("Type mismatch"));
+        throw RuntimeFailure(failure::kTypeMismatch);
     }
     const double rounded = std::nearbyint(*value);
     if (rounded < Int16::kMin || rounded > Int16::kMax) {
-        throw RuntimeFailure(failure::kOverflow, QStringLiteral("Overflow"));
+        throw RuntimeFailure(failure::kOverflow);
     }
     return Int16(static_cast<long long>(rounded));
 }

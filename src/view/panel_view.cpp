@@ -62,16 +62,15 @@ QFont fontFor(Font font) {
     return f;
 }
 
-QColor colourFor(unsigned colour) {
-    if (colour == 0x8000000F) {
+QColor colourFor(unsigned value) {
+    if (value == colour::kButtonFace) {
         return QApplication::palette().color(QPalette::Button);
     }
-    if ((colour & 0x80000000U) != 0) {
+    if (value == colour::kWindow) {
         return QApplication::palette().color(QPalette::Base);
     }
-    // Stored as 0x00BBGGRR.
-    return QColor(static_cast<int>(colour & 0xFF), static_cast<int>((colour >> 8) & 0xFF),
-                  static_cast<int>((colour >> 16) & 0xFF));
+    return QColor(static_cast<int>(value & 0xFF), static_cast<int>((value >> 8) & 0xFF),
+                  static_cast<int>((value >> 16) & 0xFF));
 }
 
 // The back colour of a box in every state, and the grey text of a disabled box, dark enough to read
