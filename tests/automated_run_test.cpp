@@ -163,40 +163,26 @@ TEST(AutomatedRun, AStartHandlerThatDoesNotReturnIsCutShortAfterTheGrace) {
     EXPECT_EQ(quitAt, 1000 + AutomatedRun::kGraceMs);
 }
 
-TEST(RunVerdict, FailuresAreTheFailLinesErrorReportsAndMessageBoxesBeforeTheClose) {
-    struct Case {
-        const char* row;
-        bool failure;
-    };
-    const Case cases[] = {
-        {"[10:00:00.000] : Connection Fail", true},
-        {"[10:00:00.000] : Listen Fail", true},
-        {"[10:00:00.000] : Send Fail", true},
-        {"[10:00:00.000] : Receive Fail", true},
-        {"10:00:00Client Socket Error : Referance Err_Log File ....... ", true},
-        {"10:00:00Server Socket Error : Referance Err_Log File ....... ", true},
-        {"[10:00:00.000] : Connection Success", false},
-        {"[10:00:00.000] : Server Closed", false},
-        // What a device sends is no failure, whatever it says.
-        {"[10:00:00.000] : Recv [19 byte] :  ] : Connection Fail", false},
-        {" ] : Send Fail", false},
-        {"] : Listen Fail", false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.row);
-        RunVerdict verdict;
-        verdict.row(QString::fromLatin1(c.row));
-        EXPECT_EQ(verdict.failed(), c.failure);
-        EXPECT_EQ(verdict.exitStatus(), c.failure ? 1 : 0);
+TEST(RunVerdict, AFailedAnswerFailsTheRunAtEveryLevelThatWritesItsRecord) {
+    // The device sends while the typed answer is empty: the answer fails and is recorded, or not at None.
+    const std::pair<const char*, int> levels[] = {
+        {"opt_None", 0}, {"opt_List", 1}, {"opt_File", 1}, {"Opt_List_File", 1}};
+    for (const auto& [level, status] : levels) {
+        SCOPED_TRACE(level);
+        Unattended f({QStringLiteral("opt_Client=true"), QStringLiteral("txt_Port=5000"),
+                      QStringLiteral("opt_Send_input=true"), QLatin1String(level) + QStringLiteral("=true")},
+                     {true, 1000});
+        std::shared_ptr<DeviceLink> device;
+        f.sim.scheduler.at(100, [&] { device = f.sim.network.deviceConnects(5000); });
+        f.sim.scheduler.at(200, [&] { device->send("?"); });
+        f.go();
+        EXPECT_TRUE(device->received().empty());
+        EXPECT_EQ(f.verdict.exitStatus(), status);
     }
     RunVerdict closed;
     closed.ending();
-    closed.row(QStringLiteral("[10:00:03.000] : Connection Fail"));
-    closed.messageBox();
+    closed.failure();
     EXPECT_EQ(closed.exitStatus(), 0) << "what comes after the Close does not count";
-    RunVerdict boxed;
-    boxed.messageBox();
-    EXPECT_EQ(boxed.exitStatus(), 1);
 }
 
 TEST(AutomatedRun, ARowIsPrintedOnOneLine) {

@@ -33,7 +33,7 @@ TEST_P(RecordAtLevel, GoesWhereTheLevelSaysInTheFormOfTheFormat) {
         f.op.click(f.p.opt_HexA);
     }
     ASSERT_TRUE(f.form.log().Logfile_chk());
-    f.form.log().TrafficLog(c.ascii ? kHello : kHex, c.ascii ? 5 : 4, c.direction);
+    f.form.log().TrafficLog(c.ascii ? kHello : kHex, c.ascii ? 5 : 4, static_cast<Direction>(c.direction));
     EXPECT_EQ(f.rows(), c.rows);
     const QByteArray expected = c.fileLine ? QByteArray(c.fileLine) + "\r\n" : QByteArray();
     EXPECT_EQ(f.named(), expected);
@@ -114,7 +114,7 @@ TEST(ListUpkeep, ARecordOfManyRowsTrimsOneOldRowForEachOfItsRowsPastTheLimit) {
         for (int i = 0; i < c.before; ++i) {
             f.p.List1.addItem(QString::number(i));
         }
-        f.form.log().TrafficLog(payload, 600, 0);
+        f.form.log().TrafficLog(payload, 600, Direction::Sent);
         EXPECT_EQ(f.p.List1.listCount(), c.count);
         EXPECT_EQ(f.p.List1.rows().front(), QLatin1String(c.front));
         EXPECT_EQ(f.p.List1.listIndex(), c.count - 1);
@@ -142,9 +142,9 @@ TEST(ListUpkeep, ALongRecordShowsTheSameRowsWhetherOrNotItGoesToTheFilesToo) {
                     f.op.click(f.p.opt_HexA);
                 }
                 ASSERT_TRUE(f.form.log().Logfile_chk());
-                f.form.log().TrafficLog(*payload, 40'000, 1);
+                f.form.log().TrafficLog(*payload, 40'000, Direction::Received);
                 // The same bytes sent back, as an echo does, then to the list alone.
-                f.form.log().TrafficLog(*payload, 40'000, 0);
+                f.form.log().TrafficLog(*payload, 40'000, Direction::Sent);
                 rows[withFiles] = f.rows();
                 if (withFiles != 0) {
                     EXPECT_GT(f.named().size(), ascii ? 80'000 : 160'000) << "the files hold the whole text";
@@ -173,10 +173,10 @@ TEST(DailyLog, StartsANewFileAtLocalMidnight) {
     Logged f;
     f.sim.scheduler.setStart(QDateTime(QDate(2026, 11, 22), QTime(23, 59, 59, 900)));
     f.level(f.p.opt_File);
-    f.form.log().TrafficLog(kHello, 5, 0);
+    f.form.log().TrafficLog(kHello, 5, Direction::Sent);
     const QString before = f.dailyLogPath();
     f.sim.scheduler.advance(200);
-    f.form.log().TrafficLog(kHello, 5, 1);
+    f.form.log().TrafficLog(kHello, 5, Direction::Received);
     EXPECT_NE(f.dailyLogPath(), before);
     EXPECT_EQ(fileBytes(before), QByteArray("[23:59:59.900] : Send [5 byte] : HELLO\r\n"));
     EXPECT_EQ(f.daily(), QByteArray("[00:00:00.100] : Recv [5 byte] : HELLO\r\n"));
@@ -196,7 +196,7 @@ TEST(LogfileCheck, MakesTheFoldersAndAnEmptyFileAndKeepsAnExistingOne) {
         file.write("kept\r\n");
     }
     EXPECT_TRUE(f.form.log().Logfile_chk());
-    f.form.log().TrafficLog(kHello, 5, 0);
+    f.form.log().TrafficLog(kHello, 5, Direction::Sent);
     EXPECT_EQ(fileBytes(deep), QByteArray("kept\r\n[09:15:02.007] : Send [5 byte] : HELLO\r\n"));
 }
 

@@ -10,7 +10,7 @@ const Stamp kAt = makeStamp(9, 15, 2, 7);
 
 QByteArray head(const Stamp& stamp, int len, int direction, bool spaced) {
     QByteArray out;
-    appendHead(out, stamp, len, direction, spaced);
+    appendHead(out, stamp, len, static_cast<Direction>(direction), spaced);
     return out;
 }
 
@@ -28,7 +28,7 @@ QByteArray hexPayload(const Bytes& data, int len) {
 
 QByteArray failureLine(const Stamp& stamp, int direction, bool spaced) {
     QByteArray out;
-    appendFailureLine(out, stamp, direction, spaced);
+    appendFailureLine(out, stamp, static_cast<Direction>(direction), spaced);
     return out;
 }
 

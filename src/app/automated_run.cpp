@@ -1,51 +1,8 @@
 #include "app/automated_run.h"
 
-#include "logging/record.h"
 #include "panel/texts.h"
 
-#include <QRegularExpression>
-#include <QTime>
-
 namespace sim {
-
-bool RunVerdict::isFailure(const QString& row) {
-    // A status line: the stamp, then its tail. A record's first row carries more behind the stamp, and a
-    // row of its payload never starts with one, so what the device sends cannot pass for a failure.
-    static const QRegularExpression stamp(QStringLiteral(R"(^\[\d\d:\d\d:\d\d\.\d\d\d\] : )"));
-    if (stamp.match(row).hasMatch()) {
-        const QString tail = row.mid(13);
-        const auto failureTail = [](int direction) {
-            QByteArray line;
-            record::appendFailureLine(line, makeStamp(0, 0, 0, 0), direction, false);
-            return QString::fromLatin1(line.mid(13));
-        };
-        static const QString sendFail = failureTail(0);
-        static const QString receiveFail = failureTail(1);
-        return tail == QLatin1String(texts::kConnectionFail) || tail == QLatin1String(texts::kListenFail) ||
-               tail == sendFail || tail == receiveFail;
-    }
-    // The list's line of an error report: the time, then the report's row.
-    const QString behind = row.mid(8);
-    return QTime::fromString(row.left(8), QStringLiteral("HH:mm:ss")).isValid() &&
-           (behind == QLatin1String(texts::kClientSocketErrorRow) ||
-            behind == QLatin1String(texts::kServerSocketErrorRow));
-}
-
-void RunVerdict::row(const QString& row) {
-    if (isFailure(row)) {
-        noteFailure();
-    }
-}
-
-void RunVerdict::messageBox() {
-    noteFailure();
-}
-
-void RunVerdict::noteFailure() {
-    if (!ending_) {
-        failed_ = true;
-    }
-}
 
 AutomatedRun::AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& timers, RunVerdict& verdict,
                            Plan plan, Output output)
@@ -62,15 +19,12 @@ AutomatedRun::AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& ti
           grace_->stop();
           close();
       })) {
-    form_.panel().List1.rowAdded = [this](const QString& row) {
-        verdict_.row(row);
-        if (output_.row) {
-            output_.row(row);
-        }
-    };
+    form_.log().failed = [this](Failure) { verdict_.failure(); };
+    form_.panel().List1.rowAdded = output_.row;
 }
 
 AutomatedRun::~AutomatedRun() {
+    form_.log().failed = nullptr;
     form_.panel().List1.rowAdded = nullptr;
 }
 
@@ -102,7 +56,7 @@ void AutomatedRun::pressStart() {
                 QStringLiteral("--start: the button \"%1\" cannot be pressed on this panel")
                     .arg(QString(button.caption()).replace(QStringLiteral("&&"), QStringLiteral("&"))));
         }
-        verdict_.fault();
+        verdict_.failure();
         return;
     }
     start_ = Start::Running;

@@ -8,25 +8,23 @@
 
 namespace sim {
 
-// Whether a run had a failure: a "Connection Fail", "Listen Fail", "Send Fail" or "Receive Fail" line, an
-// error report, or a message box. What comes once the run's Close has been pressed does not count: the
-// listening side reports a lost link a second after its Close, and that is no failure of the run.
+// Whether a run had a failure: one the log tells of as it writes it (a "Connection Fail", "Listen Fail",
+// "Send Fail" or "Receive Fail" line, an error report), a message box, or something the run itself could
+// not do. What comes once the run's Close has been pressed does not count: the listening side reports a
+// lost link a second after its Close, and that is no failure of the run.
 class RunVerdict {
 public:
-    void row(const QString& row);
-    void messageBox();
-    // Something the run itself could not do.
-    void fault() { noteFailure(); }
+    void failure() {
+        if (!ending_) {
+            failed_ = true;
+        }
+    }
     void ending() { ending_ = true; }
 
     bool failed() const { return failed_; }
     int exitStatus() const { return failed_ ? 1 : 0; }
 
-    // A row of the list that reports a failure.
-    static bool isFailure(const QString& row);
-
 private:
-    void noteFailure();
     bool failed_ = false;
     bool ending_ = false;
 };
@@ -36,7 +34,7 @@ class WatchedDialogs : public Dialogs {
 public:
     WatchedDialogs(Dialogs& inner, RunVerdict& verdict) : inner_(inner), verdict_(verdict) {}
     void messageBox(const QString& text, int style, const std::optional<QString>& title) override {
-        verdict_.messageBox();
+        verdict_.failure();
         inner_.messageBox(text, style, title);
     }
     std::optional<QString> showSave(const SaveDialogRequest& request) override {
@@ -51,7 +49,8 @@ private:
 // Plays the operator of a run that has none. It presses the button that starts the profile's run, ends
 // the run after its duration or when asked (a signal) as the operator would, and closes the program once
 // the start button's handler has returned: on the listening side that handler stays in its loop until the
-// Close and runs its closing steps after it. Each row the list gets goes to the verdict and to `row`.
+// Close and runs its closing steps after it. Each failure the log tells of goes to the verdict, and each row
+// the list gets to `row`.
 class AutomatedRun {
 public:
     struct Plan {

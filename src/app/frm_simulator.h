@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/client_link.h"
+#include "link/link.h"
 #include "link/server_link.h"
 #include "logging/error_reports.h"
 #include "logging/log_book.h"

@@ -10,6 +10,22 @@ void ConnectWaits::dialOut(const Control& button, const std::function<void()>& c
     }
 }
 
+bool ConnectWaits::waitFor(const Socket& socket, int state) {
+    Panel& p = panel_;
+    const Scope wait(*this);
+    p.iConnectTick = 0;
+    p.TmrConnect.setInterval(1000);
+    p.TmrConnect.setEnabled(true);
+    bool reached = false;
+    while (!reached && p.iConnectTick < 1) {
+        pump_.pump();
+        reached = socket.state() == state;
+    }
+    p.TmrConnect.setEnabled(false);
+    p.iConnectTick = 0;
+    return reached;
+}
+
 void ConnectWaits::leave() {
     if (--depth_ > 0) {
         return;

@@ -32,6 +32,10 @@ public:
     // The click of `button` that starts a dial-out: runs now when no wait runs, else later.
     void dialOut(const Control& button, const std::function<void()>& click);
 
+    // The wait of a connect or of a listen: the event pump runs until the socket's State is `state` or
+    // TmrConnect has ticked once (one second). True when the socket got there in time.
+    bool waitFor(const Socket& socket, int state);
+
 private:
     struct Held {
         const Control* button;

@@ -1,17 +1,17 @@
 #include "link/server_link.h"
-#include "platform/scoped_flag.h"
 
 #include "panel/texts.h"
+#include "platform/scoped_flag.h"
 #include "platform/text_number.h"
 
 namespace sim {
 
-std::optional<int> ServerLink::listen() {
+Started ServerLink::listen() {
     Panel& p = panel_;
     if (p.txt_Port.text().isEmpty()) {
         dialogs_.messageBox(QLatin1String(texts::kInputPortNo), msg_style::kCritical,
                             QLatin1String(texts::kErrorTitle));
-        return 0;
+        return Started::Refused;
     }
     const ScopedFlag looping(looping_);
     // Each pass reads what it needs after the events: the first listen starts at once, and after a
@@ -19,7 +19,7 @@ std::optional<int> ServerLink::listen() {
     // taken is retried without end but without burning the processor.
     for (;;) {
         if (p.bUserClose != 0) {
-            return std::nullopt;
+            return Started::ListeningEnded;
         }
         bool retrying = false;
         if (p.Server_Socket.state() == socket_state::kClosed) {
@@ -37,8 +37,8 @@ std::optional<int> ServerLink::listen() {
 void ServerLink::ListenStart() {
     Panel& p = panel_;
     const Stamp now = log_.stamp();
-    if (ServerListen() == 1) {
-        log_.addStatus(now, texts::kListening, false);
+    if (ServerListen() == Listened::Listening) {
+        log_.addStatus(now, texts::kListening, Filed::No);
         log_.ListTrim();
         p.Frame1.setEnabled(false);
         p.Frame2.setEnabled(false);
@@ -49,41 +49,26 @@ void ServerLink::ListenStart() {
         log_.ListBottom();
         return;
     }
-    log_.addStatus(now, texts::kListenFail, false);
-    log_.ListTrim();
-    log_.ListBottom();
+    log_.statusLine(now, texts::kListenFail, Filed::No);
     // However the attempts began, Close stays offered so that the operator can always stop them.
     p.cmd_End.setEnabled(true);
 }
 
-int ServerLink::ServerListen() {
+Listened ServerLink::ServerListen() {
     Panel& p = panel_;
     try {
         p.Server_Socket.setProtocol(0);
         const auto port = toLong(p.txt_Port.text());
         if (!port) {
-            return 0;
+            return Listened::Failed;
         }
         p.Server_Socket.setLocalPort(static_cast<std::int32_t>(*port));
         p.Server_Socket.listen();
     } catch (const RuntimeFailure&) {
-        return 0;
+        return Listened::Failed;
     }
-    const ConnectWaits::Scope wait(link_.waits());
-    p.iConnectTick = 0;
-    p.TmrConnect.setInterval(1000);
-    p.TmrConnect.setEnabled(true);
-    int result = 0;
-    while (p.iConnectTick < 1) {
-        pump_.pump();
-        if (p.Server_Socket.state() == socket_state::kListening) {
-            result = 1;
-            break;
-        }
-    }
-    p.TmrConnect.setEnabled(false);
-    p.iConnectTick = 0;
-    return result;
+    return link_.waits().waitFor(p.Server_Socket, socket_state::kListening) ? Listened::Listening
+                                                                            : Listened::Failed;
 }
 
 void ServerLink::Server_Socket_ConnectionRequest(std::int32_t requestId) {
@@ -97,15 +82,11 @@ void ServerLink::Server_Socket_ConnectionRequest(std::int32_t requestId) {
     } catch (const RuntimeFailure&) {
         return; // the request is lost; the loop finds the socket closed and listens again
     }
-    log_.addStatus(log_.stamp(), texts::kClientConnected, false);
-    log_.ListTrim();
-    log_.ListBottom();
+    log_.statusLine(log_.stamp(), texts::kClientConnected, Filed::No);
 }
 
 void ServerLink::Server_Socket_Close() {
-    log_.addStatus(log_.stamp(), texts::kClientDisconnected, false);
-    log_.ListTrim();
-    log_.ListBottom();
+    log_.statusLine(log_.stamp(), texts::kClientDisconnected, Filed::No);
     panel_.Server_Socket.close();
     link_.PanelReset();
 }
@@ -120,10 +101,10 @@ void ServerLink::Server_Socket_DataArrival(std::int32_t bytesTotal) {
     try {
         p.Server_Socket.getData(received);
     } catch (const RuntimeFailure&) {
-        log_.TrafficLog({}, -1, 1);
+        log_.TrafficLogFailure(Direction::Received);
         return;
     }
-    log_.TrafficLog(received, count, 1);
+    log_.TrafficLog(received, count, Direction::Received);
     if (p.opt_Client.value()) {
         link_.answer(p.Server_Socket, received, count);
     }

@@ -38,9 +38,7 @@ void ErrorReports::report(const char* title, const char* row, int number, const 
     log_.appendLine(folder, clock_.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".txt"),
                     text);
     log_.WriteLog(text);
-    panel_.List1.addItem(clock_.localTime().toString(QStringLiteral("HH:mm:ss")) + QLatin1String(row));
-    log_.ListTrim();
-    log_.ListBottom();
+    log_.addReportRow(clock_.localTime().toString(QStringLiteral("HH:mm:ss")) + QLatin1String(row));
 }
 
 } // namespace sim

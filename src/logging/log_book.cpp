@@ -9,6 +9,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <string_view>
 
 namespace sim {
 
@@ -32,12 +33,31 @@ void LogBook::appendLine(const QString& folder, const QString& file, const QStri
                   FileAppender::MakeFolder::LastLevel, withLineEnd(line));
 }
 
-void LogBook::addStatus(const Stamp& stamp, const char* tail, bool files) {
+void LogBook::statusLine(const Stamp& stamp, const char* tail, Filed filed) {
+    addStatus(stamp, tail, filed);
+    ListTrim();
+    ListBottom();
+}
+
+void LogBook::addStatus(const Stamp& stamp, const char* tail, Filed filed) {
     const QString line = statusText(stamp, tail);
     panel_.List1.addItem(line);
-    if (files && panel_.Opt_List_File.value()) {
+    if (filed == Filed::AtListPlusFile && panel_.Opt_List_File.value()) {
         writeFiles(withLineEnd(line));
     }
+    const std::string_view text(tail);
+    if (text == texts::kConnectionFail) {
+        tell(Failure::ConnectionFail);
+    } else if (text == texts::kListenFail) {
+        tell(Failure::ListenFail);
+    }
+}
+
+void LogBook::addReportRow(const QString& row) {
+    panel_.List1.addItem(row);
+    ListTrim();
+    ListBottom();
+    tell(Failure::ErrorReport);
 }
 
 void LogBook::ListTrim() {
@@ -149,7 +169,26 @@ void LogBook::addRows(const QString& first, const record::PieceText* pieces, con
     ListTrim();
 }
 
-void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
+void LogBook::TrafficLogFailure(Direction direction) {
+    if (panel_.opt_None.value()) {
+        return;
+    }
+    const bool toList = panel_.opt_List.value() || panel_.Opt_List_File.value();
+    const bool spaced = !panel_.opt_Ascii.value() && !toList; // the hexadecimal file-only form
+    QByteArray line;
+    record::appendFailureLine(line, stamp(), direction, spaced);
+    const qsizetype size = line.size();
+    if (panel_.opt_File.value() || panel_.Opt_List_File.value()) {
+        line.append("\r\n");
+        writeFiles(line);
+    }
+    if (toList) {
+        addRows(code_page::fromAnsi(QByteArrayView(line).first(size)), nullptr, nullptr);
+    }
+    tell(direction == Direction::Sent ? Failure::SendFail : Failure::ReceiveFail);
+}
+
+void LogBook::TrafficLog(const Bytes& data, int len, Direction direction) {
     if (panel_.opt_None.value()) {
         return;
     }
@@ -160,18 +199,6 @@ void LogBook::TrafficLog(const Bytes& data, int len, int direction) {
     const Stamp now = stamp();
     // The line is built anew for each record: the file writer may still hold the one before.
     QByteArray line;
-    if (len < 0) {
-        record::appendFailureLine(line, now, direction, spaced);
-        const qsizetype size = line.size();
-        if (toFiles) {
-            line.append("\r\n");
-            writeFiles(line);
-        }
-        if (toList) {
-            addRows(code_page::fromAnsi(QByteArrayView(line).first(size)), nullptr, nullptr);
-        }
-        return;
-    }
     const QByteArray& payload =
         shown_.render(data, len, ascii,
                       toFiles ? record::PayloadText::Extent::Whole : record::PayloadText::Extent::ListRows);

@@ -3,7 +3,16 @@
 #include "logging/record.h"
 #include "panel/panel.h"
 
+#include <functional>
+
 namespace sim {
+
+// Whether a status line also goes to the named log file and the daily log (at List + File only).
+enum class Filed { No, AtListPlusFile };
+
+// The failures the log tells of as it writes them: the two failing status lines, the failure form of a
+// traffic record, and a socket error report.
+enum class Failure { ConnectionFail, ListenFail, SendFail, ReceiveFail, ErrorReport };
 
 // The list, the daily log and the named log file: status lines, traffic records and their upkeep.
 // Calls no handler of the other subsystems.
@@ -14,9 +23,13 @@ public:
 
     Stamp stamp() const { return readStamp(clock_); }
 
-    // Adds a status line to List1; with `files` and "List + File" on, also to the named log file and
-    // the daily log. The caller trims and selects as its site requires.
-    void addStatus(const Stamp& stamp, const char* tail, bool files);
+    // The recipe of a status line: added to List1 (and filed, where `filed` says so and List + File is
+    // on), then ListTrim and ListBottom.
+    void statusLine(const Stamp& stamp, const char* tail, Filed filed);
+    // The line alone, for the sites that trim or select otherwise, or later.
+    void addStatus(const Stamp& stamp, const char* tail, Filed filed);
+    // The row of a socket error report, which is no status line: added, trimmed, selected.
+    void addReportRow(const QString& row);
 
     void ListTrim();
     void ListBottom();
@@ -25,7 +38,7 @@ public:
     // Appends a line to the daily log under the working folder; a failing step is skipped silently.
     void WriteLog(const QString& line);
     // Returns once every line so far has reached its file (or been lost there): the platform may write
-    // the files on a thread of its own.
+    // the files on a thread of their own.
     void flushFiles() { files_.flush(); }
     // Appends a text, ended by CR LF, to a file of its own in `folder`; a missing folder is made one level
     // deep.
@@ -34,11 +47,20 @@ public:
     // created empty. "Invalid Pass" and false for a path that cannot be used.
     bool Logfile_chk();
 
-    // The record of a payload sent (direction 0) or received (1), by the log level and data format.
-    void TrafficLog(const Bytes& data, int len, int direction);
+    // The record of `len` bytes of a payload, by the log level and data format.
+    void TrafficLog(const Bytes& data, int len, Direction direction);
+    void TrafficLog(const Bytes& data, Direction direction) {
+        TrafficLog(data, static_cast<int>(data.size()), direction);
+    }
+    // The failure form of a record: a send or a receive that did not happen.
+    void TrafficLogFailure(Direction direction);
 
     // A path of the operator's, resolved against the working folder.
     QString resolve(const QString& path) const;
+
+    // Told of each failure as it is written. At level None a failed send or receive writes nothing and
+    // tells nothing.
+    std::function<void(Failure)> failed;
 
 private:
     // A path built once and used again while what it is built from stays the same.
@@ -57,6 +79,11 @@ private:
     void writeFiles(const QByteArray& line);
     void writeNamed(const QByteArray& line);
     void writeDaily(const QByteArray& line);
+    void tell(Failure failure) {
+        if (failed) {
+            failed(failure);
+        }
+    }
     Panel& panel_;
     Clock& clock_;
     Folders& folders_;

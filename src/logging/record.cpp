@@ -106,8 +106,8 @@ void appendHexPayload(QByteArray& out, const Bytes& data, int len) {
     appendHexBytes(out, data.data(), len);
 }
 
-void appendHead(QByteArray& out, const Stamp& stamp, int len, int direction, bool spaced) {
-    const char* verb = direction == 0 ? "Send" : "Recv";
+void appendHead(QByteArray& out, const Stamp& stamp, int len, Direction direction, bool spaced) {
+    const char* verb = direction == Direction::Sent ? "Send" : "Recv";
     char count[12];
     const auto written = std::to_chars(std::begin(count), std::end(count), len);
     out.append(spaced ? "[ " : "[");
@@ -119,11 +119,11 @@ void appendHead(QByteArray& out, const Stamp& stamp, int len, int direction, boo
     out.append(spaced ? " byte ] : " : " byte] : ");
 }
 
-void appendFailureLine(QByteArray& out, const Stamp& stamp, int direction, bool spaced) {
+void appendFailureLine(QByteArray& out, const Stamp& stamp, Direction direction, bool spaced) {
     out.append(spaced ? "[ " : "[");
     appendStamp(out, stamp);
     out.append(spaced ? " ] : " : "] : ");
-    if (direction == 0) {
+    if (direction == Direction::Sent) {
         out.append("Send Fail");
     } else {
         out.append(spaced ? "Received Fail" : "Receive Fail");

@@ -8,10 +8,15 @@
 #include <QStringList>
 
 #include <array>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
 namespace sim {
+
+// Who moved a record's payload: the simulator sent it, or received it. The values are those the
+// records have always been told by.
+enum class Direction : std::int16_t { Sent = 0, Received = 1 };
 
 // The time stamp of a line: local time and the system clock's milliseconds, read apart.
 struct Stamp {
@@ -36,8 +41,8 @@ void appendAsciiPayload(QByteArray& out, const Bytes& data, int len);
 void appendHexPayload(QByteArray& out, const Bytes& data, int len);
 // A byte's digits: two digits, or one letter for 0x0A to 0x0F.
 std::string_view hexDigits(std::uint8_t byte);
-void appendHead(QByteArray& out, const Stamp& stamp, int len, int direction, bool spaced);
-void appendFailureLine(QByteArray& out, const Stamp& stamp, int direction, bool spaced);
+void appendHead(QByteArray& out, const Stamp& stamp, int len, Direction direction, bool spaced);
+void appendFailureLine(QByteArray& out, const Stamp& stamp, Direction direction, bool spaced);
 // The rows of a record in the list: the head row, pieces of 60 characters, and the closing row. The
 // row position is 16-bit: a payload text past its reach ends the rows early, before the closing row.
 QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii);

@@ -23,8 +23,7 @@ void ManualSend::Cmd_Send_Click() {
         invalidData();
     }
     if (p.opt_Server.value() && p.Client_Socket.state() != socket_state::kConnected) {
-        const auto result = link_.ConnectStart();
-        if (!result || *result == 0) {
+        if (link_.ConnectStart() != Started::Attempted) {
             return;
         }
     }
@@ -47,10 +46,10 @@ void ManualSend::Cmd_Send_Click() {
     try {
         socket->sendData(payload);
     } catch (const RuntimeFailure&) {
-        log_.TrafficLog({}, -1, 0);
+        log_.TrafficLogFailure(Direction::Sent);
         return;
     }
-    log_.TrafficLog(payload, static_cast<int>(payload.size()), 0);
+    log_.TrafficLog(payload, Direction::Sent);
 }
 
 void ManualSend::cmd_CSend_Click() {

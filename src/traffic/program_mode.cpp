@@ -19,9 +19,7 @@ void ProgramMode::cmdSendStart_Click() {
     p.Client_Socket.close();
     p.Server_Socket.close();
     p.cmdSendStart.setCaption(QLatin1String(texts::kStartCaption));
-    log_.addStatus(log_.stamp(), texts::kClientClosed, false);
-    log_.ListTrim();
-    log_.ListBottom();
+    log_.statusLine(log_.stamp(), texts::kClientClosed, Filed::No);
 }
 
 void ProgramMode::StepConnect() {
@@ -35,12 +33,10 @@ void ProgramMode::StepConnect() {
     }
     // A connect of its own: no log file check, no lock of the panel, no watcher, no repeat run. A
     // failure shows nothing; the caption staying "Start" is the sign.
-    if (link_.ClientConnect() != 1) {
+    if (link_.ClientConnect() != Dialled::Connected) {
         return;
     }
-    log_.addStatus(log_.stamp(), texts::kClientConnected, false);
-    log_.ListTrim();
-    log_.ListBottom();
+    log_.statusLine(log_.stamp(), texts::kClientConnected, Filed::No);
     StepStart();
     p.cmdSendStart.setCaption(QLatin1String(texts::kEndCaption));
 }
@@ -74,7 +70,7 @@ void ProgramMode::Timer2_Timer() {
             return; // the same step again at the next tick, for as long as the link is down
         }
         socket.sendData(payload);
-        log_.TrafficLog(payload, static_cast<int>(payload.size()), 0);
+        log_.TrafficLog(payload, Direction::Sent);
         if (s < 3) {
             ComboBox& gap = p.txtTimeGap(s);
             if (trimBlanks(gap.text()).isEmpty()) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/client_link.h"
+#include "link/link.h"
 
 namespace sim {
 

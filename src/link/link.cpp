@@ -1,4 +1,4 @@
-#include "link/client_link.h"
+#include "link/link.h"
 
 #include "codec/codec.h"
 #include "panel/texts.h"
@@ -20,8 +20,7 @@ bool Link::startLink() {
     if (!log_.Logfile_chk()) {
         return false;
     }
-    const auto result = ConnectStart();
-    if (!result || *result == 0) {
+    if (ConnectStart() != Started::Attempted) {
         PanelReset();
     }
     return true;
@@ -41,24 +40,24 @@ void Link::Cmd_Start_Click() {
     }
 }
 
-std::optional<int> Link::ConnectStart() {
+Started Link::ConnectStart() {
     Panel& p = panel_;
     p.Cmd_Start.setEnabled(false);
     const Stamp started = log_.stamp();
     if (!p.opt_Server.value()) {
-        return listeningBranch ? listeningBranch() : std::nullopt;
+        return listeningBranch ? listeningBranch() : Started::ListeningEnded;
     }
     if (destinationMissing()) {
-        return 0;
+        return Started::Refused;
     }
     if ((p.opt_Send_Only.value() || p.opt_Send_input.value()) && !SendParam_chk()) {
-        return 0;
+        return Started::Refused;
     }
-    if (ClientConnect() == 1) {
+    if (ClientConnect() == Dialled::Connected) {
         if (p.opt_Repeat.value() && p.opt_Send_Only.value()) {
             armRepeat();
         }
-        log_.addStatus(started, texts::kConnectionSuccess, true);
+        log_.addStatus(started, texts::kConnectionSuccess, Filed::AtListPlusFile);
         log_.ListTrim();
         p.Frame1.setEnabled(false);
         p.Frame2.setEnabled(false);
@@ -68,14 +67,14 @@ std::optional<int> Link::ConnectStart() {
         p.Cmd_Send.setEnabled(!p.Opt_Cnn2.value());
         p.cmd_End.setEnabled(true);
         log_.ListBottom();
-        return 1;
+        return Started::Attempted;
     }
-    log_.addStatus(started, texts::kConnectionFail, true);
+    log_.addStatus(started, texts::kConnectionFail, Filed::AtListPlusFile);
     log_.ListTrim();
     p.Client_Socket.close();
     PanelReset();
     log_.ListBottom();
-    return 1;
+    return Started::Attempted;
 }
 
 bool Link::destinationMissing() {
@@ -129,12 +128,12 @@ std::optional<long> repeatLimit(const QString& countText) {
     return limit;
 }
 
-int Link::ClientConnect() {
+Dialled Link::ClientConnect() {
     Panel& p = panel_;
     if (waits_.running()) {
         // Dial-outs are held back while a wait runs (ConnectWaits); should one slip through, it fails
         // at once rather than wait inside a wait that can only end after it.
-        return 99;
+        return Dialled::NotStarted;
     }
     try {
         p.Client_Socket.setProtocol(0);
@@ -145,28 +144,14 @@ int Link::ClientConnect() {
         p.Client_Socket.setRemoteHost(parts.join(QLatin1Char('.')));
         const auto port = toLong(p.txt_Destination_Port.text());
         if (!port) {
-            return 99; // a port that is no number
+            return Dialled::NotStarted; // a port that is no number
         }
         p.Client_Socket.setRemotePort(static_cast<std::int32_t>(*port));
         p.Client_Socket.connect();
     } catch (const RuntimeFailure&) {
-        return 99;
+        return Dialled::NotStarted;
     }
-    const ConnectWaits::Scope wait(waits_);
-    p.iConnectTick = 0;
-    p.TmrConnect.setInterval(1000);
-    p.TmrConnect.setEnabled(true);
-    while (p.iConnectTick < 1) {
-        pump_.pump();
-        if (p.Client_Socket.state() == socket_state::kConnected) {
-            p.TmrConnect.setEnabled(false);
-            p.iConnectTick = 0;
-            return 1;
-        }
-    }
-    p.TmrConnect.setEnabled(false);
-    p.iConnectTick = 0;
-    return 0;
+    return waits_.waitFor(p.Client_Socket, socket_state::kConnected) ? Dialled::Connected : Dialled::TimedOut;
 }
 
 bool Link::SendParam_chk() {
@@ -216,7 +201,7 @@ void Link::client_status_Timer() {
     Panel& p = panel_;
     const Stamp now = log_.stamp();
     if (p.Client_Socket.state() != socket_state::kConnected && p.bFailShown == 0) {
-        log_.addStatus(now, texts::kConnectionFail, true);
+        log_.addStatus(now, texts::kConnectionFail, Filed::AtListPlusFile);
         p.bFailShown = 1;
     }
 }
@@ -226,7 +211,7 @@ void Link::Client_Socket_DataArrival(std::int32_t bytesTotal) {
     const Int16 count = bytesTotal;
     Bytes received;
     p.Client_Socket.getData(received);
-    log_.TrafficLog(received, count, 1);
+    log_.TrafficLog(received, count, Direction::Received);
     if (p.opt_Server.value()) {
         answer(p.Client_Socket, received, count);
     }
@@ -235,9 +220,7 @@ void Link::Client_Socket_DataArrival(std::int32_t bytesTotal) {
         return;
     }
     p.Client_Socket.close();
-    log_.addStatus(now, texts::kClientDisconnected, true);
-    log_.ListTrim();
-    log_.ListBottom();
+    log_.statusLine(now, texts::kClientDisconnected, Filed::AtListPlusFile);
 }
 
 void Link::answer(Socket& socket, const Bytes& received, int count) {
@@ -246,15 +229,15 @@ void Link::answer(Socket& socket, const Bytes& received, int count) {
     try {
         if (p.opt_Send_recv.value()) {
             socket.sendData(received);
-            log_.TrafficLog(received, count, 0);
+            log_.TrafficLog(received, count, Direction::Sent);
         } else if (p.opt_Send_input.value()) {
             Bytes reply;
             convertByFormat(p.opt_Ascii.value(), p.opt_HexA.value(), reply, p.txt_Data_Input.text());
             socket.sendData(reply);
-            log_.TrafficLog(reply, static_cast<int>(reply.size()), 0);
+            log_.TrafficLog(reply, Direction::Sent);
         }
     } catch (const RuntimeFailure&) {
-        log_.TrafficLog({}, -1, 0);
+        log_.TrafficLogFailure(Direction::Sent);
     }
 }
 
@@ -265,15 +248,15 @@ void Link::cmd_End_Click() {
     const Stamp now = log_.stamp();
     if (p.opt_Server.value()) {
         p.Client_Socket.close();
-        log_.addStatus(now, texts::kClientDisconnected, false);
+        log_.addStatus(now, texts::kClientDisconnected, Filed::No);
         log_.ListBottom();
     } else if (p.opt_Client.value()) {
         p.Server_Socket.close();
-        log_.addStatus(now, texts::kServerClosed, false);
+        log_.addStatus(now, texts::kServerClosed, Filed::No);
         log_.ListBottom();
         p.bUserClose = 1;
     }
-    log_.ListBottom();
+    log_.ListBottom(); // once more, whatever the role, as Close asks
     p.Timer1.setEnabled(false);
     p.iRepeatNo = 0;
     PanelReset();

@@ -8,6 +8,13 @@
 
 namespace sim {
 
+// What ConnectStart gives: 0 when a check refused and nothing was tried, 1 when a dial was made, whatever
+// its outcome, and no value once the operator has ended listening. Every caller takes no value as 0.
+enum class Started { Refused = 0, Attempted = 1, ListeningEnded };
+// What ClientConnect gives: 1 when the socket connected within the wait, 0 when the wait ran out, 99
+// when the connect could not start. A caller asks only whether it connected.
+enum class Dialled { TimedOut = 0, Connected = 1, NotStarted = 99 };
+
 // Starting and stopping a link, the connect wait, the watcher of an outgoing link and what the device
 // sends on it.
 class Link {
@@ -18,18 +25,16 @@ public:
     ConnectWaits& waits() { return waits_; }
 
     // The listening branch of ConnectStart, taken when the device is the client: it runs until the
-    // operator ends listening and gives no value. Without it, listening ends at once.
-    std::function<std::optional<int>()> listeningBranch;
+    // operator ends listening. Without it, listening ends at once.
+    std::function<Started()> listeningBranch;
 
     void Cmd_Start_Click();
     // The start that Connect and "Connect && Send && Recv && Close" share: both sockets closed, the
     // log file checked, ConnectStart, and the panel unlocked again when nothing was attempted. False
     // when the log file was refused.
     bool startLink();
-    // 0: a check refused; 1: an attempt was made; no value: listening was ended by the operator.
-    std::optional<int> ConnectStart();
-    // 1: connected within one tick of TmrConnect; 0: the wait ran out; 99: the connect could not start.
-    int ClientConnect();
+    Started ConnectStart();
+    Dialled ClientConnect();
     bool SendParam_chk();
     // The checks of the destination that open a dial-out: with all four address boxes or the port box
     // empty, its message, and true.
