@@ -43,8 +43,8 @@ struct Editor : SimForm {
         op.select(box(i), static_cast<int>(box(i).text().size()), 0);
     }
     void key(QChar ch) {
-        op.keyPress(ch);
-        op.keyUp(Operator::keyCodeFor(ch));
+        keys.press(ch);
+        op.keyUp(Keyboard::keyCodeFor(ch));
     }
     std::vector<QString> shown() {
         std::vector<QString> out;
@@ -59,7 +59,7 @@ struct Editor : SimForm {
 
 TEST(AddressTyping, ADotAfterAThreeDigitOctetIsTakenByTheBoxAlreadyReached) {
     Editor f;
-    f.op.type(f.box(0), QStringLiteral("192.168"));
+    f.keys.type(f.box(0), QStringLiteral("192.168"));
     EXPECT_EQ(f.boxes(), (QStringList{"192", "", "168", ""}));
     EXPECT_EQ(f.focusedBox(), 3) << "168 is three characters: its release moves on";
 
@@ -113,7 +113,7 @@ TEST(AddressTyping, ADigitOrBackspaceFirstDeletesTheSelectionAndStillActs) {
     // The character 127 (Ctrl+Backspace) alike: the selection, then the word before the caret.
     f.box(1).setText(QStringLiteral("1234"));
     f.op.select(f.box(1), 2, 1);
-    f.op.keyPress(QChar(127));
+    f.keys.press(QChar(127));
     EXPECT_EQ(f.box(1).text(), QStringLiteral("4"));
     EXPECT_EQ(f.focusedBox(), 1) << "127 moves no focus at its press";
 }
@@ -123,8 +123,8 @@ TEST(AddressTyping, AFourthDigitPressedBeforeTheThirdComesUpStaysAndDoesNotMoveO
     f.caretAtEnd(1);
     f.key(u'1');
     f.key(u'2');
-    f.op.keyPress(u'3');
-    f.op.keyPress(u'4');
+    f.keys.press(u'3');
+    f.keys.press(u'4');
     f.op.keyUp('3');
     f.op.keyUp('4');
     EXPECT_EQ(f.box(1).text(), QStringLiteral("1234"));
@@ -266,10 +266,10 @@ TEST(AddressLeaving, TheTestRunsInTheMiddleOfAKeyAndTheFocusComesBackToTheEmptie
 
     // 224 in box 0 is over the first octet's limit; 223 passes on to box 1.
     Editor h;
-    h.op.type(h.box(0), QStringLiteral("224"));
+    h.keys.type(h.box(0), QStringLiteral("224"));
     EXPECT_EQ(h.shown(), std::vector<QString>{QString::fromLatin1(kLimit)});
     EXPECT_EQ(h.focusedBox(), 0);
-    h.op.type(h.box(0), QStringLiteral("223"));
+    h.keys.type(h.box(0), QStringLiteral("223"));
     EXPECT_EQ(h.focusedBox(), 1);
     EXPECT_EQ(h.shown().size(), 1U);
 }

@@ -97,7 +97,7 @@ TEST(TextBox, SelectionAndEditsReachPastSixteenBits) {
     EXPECT_EQ(box.selText(), QStringLiteral("XYZ"));
     f.op.focus(box);
     f.op.select(box, 35000, 5001);
-    f.op.keyPress(u'B');
+    f.keys.press(u'B');
     EXPECT_EQ(box.text(), QString(35000, u'a') + QStringLiteral("BYZ"));
     EXPECT_EQ(box.selStart(), 35001);
     EXPECT_EQ(f.p.Label9.caption(), QStringLiteral("35003"));
@@ -162,7 +162,7 @@ TEST(Frame, ADisabledFrameBlocksTheOperatorAtAnyDepthButNotTheProgram) {
     // chkMode lies over Frame10 but belongs to fraBack: disabling Frame10 leaves it usable.
     EXPECT_FALSE(f.p.Frame10.enabled());
     EXPECT_TRUE(f.p.chkMode.takesInput());
-    f.op.type(f.p.txtStep(0), QStringLiteral("41"));
+    f.keys.type(f.p.txtStep(0), QStringLiteral("41"));
     EXPECT_EQ(f.p.txtStep(0).text(), QString()) << "a box in a disabled frame takes no typing";
     EXPECT_THROW(f.p.txtStep(0).setFocus(), RuntimeFailure);
 }
@@ -202,7 +202,7 @@ TEST(Keyboard, ACancelledCharacterNeverReachesTheBox) {
             key = 0;
         }
     };
-    f.op.type(box, QStringLiteral("1a2.b3"));
+    f.keys.type(box, QStringLiteral("1a2.b3"));
     EXPECT_EQ(box.text(), QStringLiteral("123"));
     // A handler may also turn a character into another.
     box.KeyPress = [](Int16& key) {
@@ -210,18 +210,18 @@ TEST(Keyboard, ACancelledCharacterNeverReachesTheBox) {
             key = key - 32;
         }
     };
-    f.op.type(box, QStringLiteral("x"));
+    f.keys.type(box, QStringLiteral("x"));
     EXPECT_EQ(box.text(), QStringLiteral("123X"));
 }
 
 TEST(Keyboard, BackspaceReplacesTheSelectionOrTheCharacterBeforeTheCaret) {
     SimForm f(false);
     TextBox& box = f.p.txt_Data_Input;
-    f.op.type(box, QStringLiteral("abcd"));
-    f.op.keyPress(QChar(u'\b'));
+    f.keys.type(box, QStringLiteral("abcd"));
+    f.keys.press(QChar(u'\b'));
     EXPECT_EQ(box.text(), QStringLiteral("abc"));
     f.op.select(box, 0, 2);
-    f.op.keyPress(QChar(u'Z'));
+    f.keys.press(QChar(u'Z'));
     EXPECT_EQ(box.text(), QStringLiteral("Zc"));
 }
 
@@ -238,7 +238,7 @@ TEST(Keyboard, TheReleaseGoesToTheBoxThatHoldsTheFocus) {
             key = 0;
         }
     };
-    f.op.type(f.p.txt_Destination_IP(0), QStringLiteral("1."));
+    f.keys.type(f.p.txt_Destination_IP(0), QStringLiteral("1."));
     EXPECT_EQ(releasedIn, (std::vector<int>{0, 1}));
     EXPECT_EQ(f.p.txt_Destination_IP(0).text(), QStringLiteral("1"));
 }
@@ -247,7 +247,7 @@ TEST(Keyboard, ACharacterOutsideTheCodePageComesWithANegativeCode) {
     SimForm f(false);
     int seen = 0;
     f.p.txt_Data_Input.KeyPress = [&](Int16& key) { seen = key; };
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("\u4E2D"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("\u4E2D"));
     EXPECT_LT(seen, 0);
 }
 

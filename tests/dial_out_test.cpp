@@ -206,7 +206,7 @@ TEST(DeviceSends, ConnectAndCloseEndsTheLinkOnTheFirstDataAfterTheAnswer) {
 TEST(ManualSend, SendsOnTheOpenLinkAndRecordsIt) {
     Exchange f;
     f.op.click(f.p.opt_Receive_Only);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral(" HELLO "));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral(" HELLO "));
     f.op.click(f.p.Cmd_Send);
     f.sim.scheduler.runFor(10);
     EXPECT_EQ(f.device()->received(), bytesOf(" HELLO "));
@@ -217,7 +217,7 @@ TEST(ManualSend, SendsOnTheOpenLinkAndRecordsIt) {
 TEST(ManualSend, AnOddHexTextBringsInvalidDataThenSendsTheEvenPart) {
     DeviceAsServer f;
     f.op.click(f.p.opt_HexA);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("414"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("414"));
     f.op.click(f.p.Cmd_Start);
     f.sim.scheduler.runUntil(500);
     f.op.click(f.p.Cmd_Send);
@@ -236,7 +236,7 @@ TEST(ManualSend, ABlankTextOrOneDigitSendsNothing) {
     EXPECT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("Please Input Data")});
     EXPECT_EQ(f.sim.dialogs.shown[0].title, QStringLiteral("SEND FAIL"));
     f.p.txt_Data_Input.setText(QString());
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("7"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("7"));
     f.op.click(f.p.Cmd_Send);
     EXPECT_EQ(f.shownTexts().size(), 2U) << "one Invalid Data for a lone digit";
     // Text that reached the box other than by typing: the conversion fails, nothing is sent.
@@ -308,7 +308,7 @@ TEST(ManualSend, ConnectSendReceiveCloseIsOneExchange) {
     };
     f.op.click(f.p.Opt_Cnn2);
     f.op.click(f.p.opt_Receive_Only);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("req"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("req"));
     f.op.click(f.p.cmd_CSend);
     f.sim.scheduler.runFor(50);
     EXPECT_EQ(f.rows(),

@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(SavedSettings, EveryChangeOfABoxIsWrittenAtOnce) {
     Loaded l;
     Panel& p = l.f.p;
-    l.f.op.type(p.txt_Destination_Port, QStringLiteral("1"));
+    l.f.keys.type(p.txt_Destination_Port, QStringLiteral("1"));
     EXPECT_EQ(l.f.sim.settings.values[kPortKey], QStringLiteral("40001"));
     p.txt_Destination_IP(2).setText(QString());
     EXPECT_EQ(l.f.sim.settings.values[kAddressKey], QStringLiteral("100.100..1."));
@@ -134,11 +134,13 @@ TEST(FormResize, KeepsTheWindowOneSize) {
     // Shown once: 11085 wide, 11265 high.
     EXPECT_EQ(form.width(), 11085);
     EXPECT_EQ(form.height(), 11265);
-    l.f.op.resizeWindow(9000, 9000);
+    form.setWidth(9000);
+    form.setHeight(9000);
     EXPECT_EQ(form.width(), 11085);
     EXPECT_EQ(form.height(), 11265);
     // A height of exactly 11040 is kept.
-    l.f.op.resizeWindow(12000, 11040);
+    form.setWidth(12000);
+    form.setHeight(11040);
     EXPECT_EQ(form.width(), 11085);
     EXPECT_EQ(form.height(), 11040);
 }

@@ -57,7 +57,7 @@ TEST_P(StatusLineSinks, ClientDisconnectedOfTheDataArrivalIsFiledButThatOfCloseN
     setLevel(f);
     f.op.click(f.p.Opt_Cnn2);
     f.op.click(f.p.opt_Receive_Only);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("req"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("req"));
     f.op.click(f.p.cmd_CSend);
     f.clickAt(5000, f.p.cmd_End);
     ASSERT_EQ(f.rows().filter(QStringLiteral("Client Disconnected")),

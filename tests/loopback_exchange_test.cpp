@@ -20,14 +20,14 @@ TEST(LoopbackExchange, SendsAsciiAndHexToAnEchoingDeviceAndLogsEveryLineByteForB
     f.op.click(f.p.opt_Receive_Only); // the device echoes; the simulator only records
     f.op.click(f.p.Cmd_Start);
     ASSERT_EQ(f.p.Client_Socket.state(), socket_state::kConnected);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("HELLO"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("HELLO"));
     f.op.click(f.p.Cmd_Send);
     ASSERT_TRUE(f.waitFor([&] { return f.rows().filter(QStringLiteral("Recv")).size() == 1; }));
     f.op.click(f.p.cmd_End);
 
     f.op.click(f.p.opt_HexA);
     f.op.click(f.p.Cmd_Start);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("410A00FF"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("410A00FF"));
     f.op.click(f.p.Cmd_Send);
     ASSERT_TRUE(f.waitFor([&] { return f.rows().filter(QStringLiteral("Recv")).size() == 2; }));
     EXPECT_EQ(device.received, QByteArray("HELLO") + QByteArray::fromHex("410A00FF"));
@@ -66,7 +66,7 @@ TEST(LoopbackExchange, ConnectAndCloseEndsTheLinkAfterTheFirstAnswer) {
     Loopback f(device);
     f.op.click(f.p.Opt_Cnn2);
     f.op.click(f.p.opt_Receive_Only);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("req"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("req"));
     f.op.click(f.p.cmd_CSend);
     ASSERT_TRUE(f.waitFor([&] { return device.closes == 1; }));
     EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kClosed);

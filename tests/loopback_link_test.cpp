@@ -165,7 +165,7 @@ TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSe
     bool failedWhileStuck = false;
     pourer.onStall = [&] {
         f.op.click(f.p.opt_List); // the level stays live during a link
-        f.op.type(f.p.txt_Data_Input, QStringLiteral("PING"));
+        f.keys.type(f.p.txt_Data_Input, QStringLiteral("PING"));
         f.op.click(f.p.Cmd_Send);
         failedWhileStuck = rowsOf(f.p).last().endsWith(QStringLiteral("] : Send Fail"));
         f.op.click(f.p.opt_None);

@@ -13,7 +13,7 @@ TEST(LoopbackTraffic, ARepeatRunDeliversExactlyItsCountOfPayloads) {
     f.op.click(f.p.opt_Send_Only);
     f.op.edited(f.p.com_Timegap, QStringLiteral("0.02"));
     f.op.edited(f.p.com_Count, QStringLiteral("6"));
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("<rep>"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("<rep>"));
     f.op.click(f.p.Cmd_Start);
     ASSERT_EQ(f.p.Client_Socket.state(), socket_state::kConnected);
     ASSERT_TRUE(f.waitFor([&] { return f.p.iRepeatNo == 6; }));
@@ -32,7 +32,7 @@ TEST(LoopbackTraffic, AFourStepProgramDeliversItsStepsInOrder) {
     f.op.click(f.p.chkMode);
     const char* steps[] = {"0102", "03", "0405", "06"};
     for (int i = 0; i < 4; ++i) {
-        f.op.type(f.p.txtStep(i), QString::fromLatin1(steps[i]));
+        f.keys.type(f.p.txtStep(i), QString::fromLatin1(steps[i]));
     }
     for (int i = 0; i < 3; ++i) {
         f.op.edited(f.p.txtTimeGap(i), QStringLiteral("30"));

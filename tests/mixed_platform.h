@@ -2,6 +2,7 @@
 
 #include "app/frm_simulator.h"
 #include "platform/qt/qt_platform.h"
+#include "support/keyboard.h"
 #include "support/sim_platform.h"
 
 #include <QElapsedTimer>
@@ -43,6 +44,7 @@ struct MixedForm {
     FrmSimulator form{mixed.platform()};
     Panel& p = form.panel();
     Operator& op = form.op();
+    Keyboard keys{p, op};
     MixedForm() { form.load(); }
 };
 

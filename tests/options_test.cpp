@@ -78,7 +78,7 @@ TEST(ConnectionStyle, EachStyleSetsTheFourButtons) {
 TEST(DataFormat, AChangeEmptiesTheDataFieldButNotTheSteps) {
     SimForm f;
     Panel& p = f.p;
-    f.op.type(p.txt_Data_Input, QStringLiteral("abc"));
+    f.keys.type(p.txt_Data_Input, QStringLiteral("abc"));
     p.txtStep(1).setText(QStringLiteral("hello"));
     EXPECT_EQ(p.Label9.caption(), QStringLiteral("3"));
     f.op.click(p.opt_HexA);
@@ -94,12 +94,12 @@ TEST(DataInput, TheHexFilterAdmitsDigitsAndBackspaceOnlyAndTheCounterHalves) {
     SimForm f;
     Panel& p = f.p;
     f.op.click(p.opt_HexA);
-    f.op.type(p.txt_Data_Input, QStringLiteral("4g1 .A\u00E9f0"));
+    f.keys.type(p.txt_Data_Input, QStringLiteral("4g1 .A\u00E9f0"));
     EXPECT_EQ(p.txt_Data_Input.text(), QStringLiteral("41Af0"));
     EXPECT_EQ(p.Label9.caption(), QStringLiteral("2"));
-    f.op.keyPress(QChar(u'\b'));
+    f.keys.press(QChar(u'\b'));
     EXPECT_EQ(p.Label9.caption(), QStringLiteral("2"));
-    f.op.keyPress(QChar(u'\b'));
+    f.keys.press(QChar(u'\b'));
     EXPECT_EQ(p.txt_Data_Input.text(), QStringLiteral("41A"));
     EXPECT_EQ(p.Label9.caption(), QStringLiteral("1"));
 }
@@ -107,7 +107,7 @@ TEST(DataInput, TheHexFilterAdmitsDigitsAndBackspaceOnlyAndTheCounterHalves) {
 TEST(DataInput, TheAsciiFilterRefusesOnlyCharactersOutsideTheCodePage) {
     SimForm f;
     Panel& p = f.p;
-    f.op.type(p.txt_Data_Input, QStringLiteral("a \u4E2Db\u00E9"));
+    f.keys.type(p.txt_Data_Input, QStringLiteral("a \u4E2Db\u00E9"));
     EXPECT_EQ(p.txt_Data_Input.text(), QStringLiteral("a b\u00E9"));
     EXPECT_EQ(p.Label9.caption(), QStringLiteral("4"));
     EXPECT_EQ(p.focused(), &p.txt_Data_Input);

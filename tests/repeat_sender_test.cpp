@@ -75,7 +75,7 @@ TEST(RepeatRun, EachTickReadsThePayloadAnewAndATextThatFailsUsesUpItsTick) {
     RepeatRun f("1", "5", "aa");
     f.op.click(f.p.Cmd_Start);
     f.sim.scheduler.runUntil(1500);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("b")); // the data box stays live during a run
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("b")); // the data box stays live during a run
     f.sim.scheduler.runUntil(2500);
     f.p.txt_Data_Input.setText(QString());
     f.sim.scheduler.runUntil(4500);
@@ -90,7 +90,7 @@ TEST(RepeatRun, EachTickReadsThePayloadAnewAndATextThatFailsUsesUpItsTick) {
 TEST(RepeatRun, AnOddHexTextSendsItsEvenPartWithoutAMessage) {
     RepeatRun f("1", "2", "");
     f.op.click(f.p.opt_HexA);
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("414"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("414"));
     f.op.click(f.p.Cmd_Start);
     f.sim.scheduler.runUntil(3000);
     EXPECT_EQ(f.device()->received(), (Bytes{0x41, 0x41}));
@@ -187,7 +187,7 @@ TEST(RepeatRun, AnEmptiedTextFailsEachTickBeforeAnyReconnect) {
     f.sim.scheduler.runUntil(5500);
     EXPECT_EQ(f.sim.network.dialled().size(), 1U) << "the payload is built before the link is looked at";
     EXPECT_TRUE(f.p.Timer1.running());
-    f.op.type(f.p.txt_Data_Input, QStringLiteral("y"));
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("y"));
     f.sim.scheduler.runUntil(7500);
     EXPECT_EQ(f.sim.network.dialled().size(), 2U);
     EXPECT_EQ(f.sendTimes(), (std::vector<Ms>{1000, 7000})) << "reconnected at 6000";

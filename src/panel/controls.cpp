@@ -436,12 +436,4 @@ void Form::setHeight(int twips) {
     }
 }
 
-void Form::resized(int widthTwips, int heightTwips) {
-    width_ = widthTwips;
-    height_ = heightTwips;
-    if (Resize) {
-        Resize();
-    }
-}
-
 } // namespace sim

@@ -266,8 +266,6 @@ public:
     int height() const { return height_; }
     void setWidth(int twips);
     void setHeight(int twips);
-    // The window was resized by someone other than the form's own handlers.
-    void resized(int widthTwips, int heightTwips);
 
     std::function<void()> Resize;
 

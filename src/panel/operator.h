@@ -4,8 +4,8 @@
 
 namespace sim {
 
-// What an operator can do to the form: click, focus, type, press a key, close or resize the window.
-// The widget view and the tests both go through here, so both see the same event rules.
+// What an operator can do to the form: click, focus, type, release a key, choose, close the window. The
+// widget view and the tests both go through here, so both see the same event rules.
 class Operator {
 public:
     Operator(Panel& panel, EventPump& pump) : panel_(panel), pump_(pump) {}
@@ -15,18 +15,12 @@ public:
     bool click(Control& control);
     // The operator puts the focus into a control (mouse or keyboard).
     bool focus(Control& control);
-    // Tab or Shift+Tab: the focus moves in tab order to the next control that can take it.
-    void tab(bool backwards = false);
 
     // The character event of the box the key was typed in: the code that reaches the box, 0 when a
     // handler cancelled it. A character outside the code page has a negative code.
     Int16 filterCharacter(TextBox& box, QChar ch);
-    // A key that yields a character, applied by the model's own edit rules (for tests and scripts).
-    void keyPress(QChar ch);
     // A key released; it goes to the box that holds the focus at that moment.
     void keyUp(int keyCode, int shift = 0);
-    // Focus the box, then press and release each character in turn.
-    void type(TextBox& box, const QString& text);
 
     // The edit control changed its text on its own (a native edit after the character event passed).
     void edited(TextBox& box, const QString& text, int caret);
@@ -34,14 +28,10 @@ public:
     void choose(ComboBox& combo, int index);
     void edited(ComboBox& combo, const QString& text);
 
-    void resizeWindow(int widthTwips, int heightTwips);
     // Closes both sockets and ends the program, also from inside a loop that pumps.
     void closeWindow();
 
-    static int keyCodeFor(QChar ch);
-
 private:
-    void applyCharacter(TextBox& box, int code);
     Panel& panel_;
     EventPump& pump_;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/frm_simulator.h"
+#include "support/keyboard.h"
 #include "support/sim_platform.h"
 
 namespace sim::test {
@@ -11,6 +12,7 @@ struct SimForm {
     FrmSimulator form{sim.platform()};
     Panel& p = form.panel();
     Operator& op = form.op();
+    Keyboard keys{p, op};
 
     explicit SimForm(bool load = true) {
         if (load) {

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "panel/operator.h"
+#include "platform/code_page.h"
+
+namespace sim::test {
+
+// Keys typed into the model without a window: each goes through the box's character handler as the
+// view sends it, and a character it lets pass is applied as a single-line edit applies it (Backspace
+// takes the selection or the character before the caret, 127 the word before it). Then the key comes up.
+class Keyboard {
+public:
+    Keyboard(Panel& panel, Operator& op) : panel_(panel), op_(op) {}
+
+    // The key of one character, pressed in the box that holds the focus.
+    void press(QChar ch) {
+        auto* box = dynamic_cast<TextBox*>(panel_.focused());
+        if (box == nullptr) {
+            return;
+        }
+        const Int16 code = op_.filterCharacter(*box, ch);
+        if (code == 0 || box->readOnly()) {
+            return;
+        }
+        QString text = box->text();
+        int start = box->selStart();
+        int length = box->selLength();
+        if (code == 8 || code == 127) {
+            if (length == 0) {
+                int from = std::max(0, start - 1);
+                if (code == 127) {
+                    for (from = start; from > 0 && text.at(from - 1).isSpace(); --from) {
+                    }
+                    for (; from > 0 && !text.at(from - 1).isSpace(); --from) {
+                    }
+                }
+                length = start - from;
+                start = from;
+            }
+            text.remove(start, length);
+            op_.edited(*box, text, start);
+        } else if (code >= 32 || code < 0) {
+            text.replace(start, length,
+                         code < 0 ? QChar(static_cast<char16_t>(-code))
+                                  : code_page::fromAnsiByte(static_cast<std::uint8_t>(code)));
+            op_.edited(*box, text, start + 1);
+        }
+    }
+    // Press and release.
+    void key(QChar ch) {
+        press(ch);
+        op_.keyUp(keyCodeFor(ch));
+    }
+    // The caret put behind the box's text (unless it holds the focus already), then each key in turn.
+    void type(TextBox& box, const QString& text) {
+        if (panel_.focused() != &box) {
+            panel_.dispatch([&] { box.setSelStart(static_cast<int>(box.text().size())); });
+        }
+        if (!op_.focus(box)) {
+            return;
+        }
+        for (QChar ch : text) {
+            key(ch);
+        }
+    }
+    // The key code of the key that types the character.
+    static int keyCodeFor(QChar ch) {
+        const char16_t u = ch.toUpper().unicode();
+        if ((u >= u'0' && u <= u'9') || (u >= u'A' && u <= u'Z') || u == u' ' || u == 8 || u == 13) {
+            return u;
+        }
+        switch (u) {
+        case u'.':
+            return 190;
+        case u',':
+            return 188;
+        case u'-':
+            return 189;
+        case 127:
+            return 8;
+        default:
+            return 0;
+        }
+    }
+
+private:
+    Panel& panel_;
+    Operator& op_;
+};
+
+} // namespace sim::test
