@@ -25,27 +25,16 @@ Bytes pattern(std::size_t size, unsigned seed) {
 struct Records {
     QStringList seen;
     explicit Records(Panel& p) {
-        p.observer = [this, &p](Control* c, Prop prop) {
-            if (c != &p.List1 || prop != Prop::Rows) {
-                return;
-            }
+        p.List1.rowAdded = [this](const QString& row) {
             static const QRegularExpression record(
                 QStringLiteral("\\] : (Recv|Send) \\[(\\d+) byte\\]|\\] : Send Fail$"));
-            const auto& rows = p.List1.rows();
-            const auto fresh = std::min<std::uint64_t>(p.List1.added() - read_, rows.size());
-            for (auto row = rows.end() - static_cast<std::ptrdiff_t>(fresh); row != rows.end(); ++row) {
-                const auto m = record.match(*row);
-                if (m.hasMatch()) {
-                    seen << (m.captured(1).isEmpty() ? QStringLiteral("Send Fail")
-                                                     : m.captured(1) + QLatin1Char(' ') + m.captured(2));
-                }
+            const auto m = record.match(row);
+            if (m.hasMatch()) {
+                seen << (m.captured(1).isEmpty() ? QStringLiteral("Send Fail")
+                                                 : m.captured(1) + QLatin1Char(' ') + m.captured(2));
             }
-            read_ = p.List1.added();
         };
     }
-
-private:
-    std::uint64_t read_ = 0;
 };
 
 qsizetype recordedBytes(const QStringList& recs, const QString& direction) {

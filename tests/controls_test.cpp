@@ -281,7 +281,6 @@ TEST(ListBox, PiecesOfASharedTextAreRowsLikeAnyOtherAndTheOldestGoTogether) {
     EXPECT_EQ(list.rows(), (QStringList{QStringLiteral("head"), QStringLiteral(" abc"),
                                         QStringLiteral(" def"), QString()}));
     EXPECT_EQ(told, list.rows()) << "whoever copies the list gets the text of each row";
-    EXPECT_EQ(list.row(2), QStringLiteral(" def"));
     list.setListIndex(3);
     list.removeOldest(2);
     EXPECT_EQ(list.rows(), (QStringList{QStringLiteral(" def"), QString()}));
@@ -290,7 +289,6 @@ TEST(ListBox, PiecesOfASharedTextAreRowsLikeAnyOtherAndTheOldestGoTogether) {
     list.removeOldest(1);
     EXPECT_EQ(list.listIndex(), -1) << "the selected row went";
     EXPECT_THROW(list.removeOldest(2), RuntimeFailure);
-    EXPECT_EQ(list.added(), 4U);
 }
 
 // ---- timers ----

@@ -37,7 +37,6 @@ TEST(StopSignals, SigintAndSigtermReachTheLoopAndTheOldHandlingComesBack) {
     {
         int stops = 0;
         const StopSignals stop([&] { ++stops; });
-        ASSERT_TRUE(stop.active());
         std::raise(SIGTERM);
         qt::EventGate gate;
         qt::QtEventPump pump(gate);

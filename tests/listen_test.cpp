@@ -140,7 +140,7 @@ TEST(Listen, AnswersThatCannotBeMadeAreRecordedAsSendFailures) {
 
 TEST(Listen, ALostRequestOrASocketErrorBringsANewListen) {
     DeviceAsClient f;
-    f.sim.scheduler.at(100, [&] { f.form.server().Server_Socket_ConnectionRequest(9999); });
+    f.sim.scheduler.at(100, [&] { f.p.Server_Socket.events.connectionRequest(9999); });
     f.sim.scheduler.at(
         200, [&] { f.sim.network.socketNamed(QStringLiteral("Server_Socket"))->injectError(10053); });
     f.listenUntil(1000);

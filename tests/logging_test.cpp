@@ -6,7 +6,6 @@ namespace sim::test {
 namespace {
 
 const Bytes kHello = bytesOf("HELLO");
-const Bytes kHex{0x41, 0x0A, 0x00, 0xFF};
 
 struct Logged : DeviceAsServer {
     Logged() { sim.scheduler.setStart(QDateTime(QDate(2026, 11, 22), QTime(9, 15, 2, 7))); }
@@ -15,50 +14,108 @@ struct Logged : DeviceAsServer {
     QByteArray daily() const { return fileBytes(dailyLogPath()); }
 };
 
-struct LevelCase {
-    const char* level;
-    bool ascii;
-    int direction;
-    QStringList rows;
-    const char* fileLine; // nullptr: no file is written
-};
-
-class RecordAtLevel : public ::testing::TestWithParam<LevelCase> {};
-
-TEST_P(RecordAtLevel, GoesWhereTheLevelSaysInTheFormOfTheFormat) {
-    const LevelCase& c = GetParam();
-    Logged f;
-    f.level(*static_cast<OptionButton*>(f.p.find(c.level)));
-    if (!c.ascii) {
-        f.op.click(f.p.opt_HexA);
-    }
-    ASSERT_TRUE(f.form.log().Logfile_chk());
-    f.form.log().TrafficLog(c.ascii ? kHello : kHex, c.ascii ? 5 : 4, static_cast<Direction>(c.direction));
-    EXPECT_EQ(f.rows(), c.rows);
-    const QByteArray expected = c.fileLine ? QByteArray(c.fileLine) + "\r\n" : QByteArray();
-    EXPECT_EQ(f.named(), expected);
-    EXPECT_EQ(f.daily(), expected);
+QString repeated(char c, int n) {
+    return QString(n, QLatin1Char(c));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Levels, RecordAtLevel,
-    ::testing::Values(
-        LevelCase{"opt_None", true, 0, {}, nullptr},
-        LevelCase{"opt_List", true, 0, {"[09:15:02.007] : Send [5 byte] :  HELLO", " "}, nullptr},
-        LevelCase{"opt_File", true, 0, {}, "[09:15:02.007] : Send [5 byte] : HELLO"},
-        LevelCase{"Opt_List_File",
-                  true,
-                  0,
-                  {"[09:15:02.007] : Send [5 byte] :  HELLO", " "},
-                  "[09:15:02.007] : Send [5 byte] : HELLO"},
-        LevelCase{"opt_List", false, 1, {"[09:15:02.007] : Recv [4 byte] :  41 A 00 FF", ""}, nullptr},
-        LevelCase{"opt_File", false, 1, {}, "[ 09:15:02.007 ] : Recv [ 4 byte ] :  41 A 00 FF"},
-        LevelCase{"Opt_List_File",
-                  false,
-                  1,
-                  {"[09:15:02.007] : Recv [4 byte] :  41 A 00 FF", ""},
-                  "[09:15:02.007] : Recv [4 byte] :  41 A 00 FF"}),
-    [](const auto& info) { return std::string(info.param.level) + (info.param.ascii ? "Ascii" : "Hex"); });
+// A record of the payload, or of a failure where there is none: the rows the list gets and the line both
+// files get (none where empty), by level and data format.
+struct RecordCase {
+    const char* level;
+    bool hex;
+    Direction direction;
+    std::optional<Bytes> payload;
+    QStringList rows;
+    QByteArray fileLine;
+};
+
+TEST(Records, GoWhereTheLevelSaysInTheFormOfTheFormatCutInRowsOfSixtyCharacters) {
+    const QString send = QStringLiteral("[09:15:02.007] : Send [%1 byte] : ");
+    const QString recv = QStringLiteral("[09:15:02.007] : Recv [%1 byte] : ");
+    const Bytes hex{0x41, 0x0A, 0x00, 0xFF};
+    const RecordCase cases[] = {
+        {"opt_None", false, Direction::Sent, kHello, {}, {}},
+        {"opt_List", false, Direction::Sent, kHello, {send.arg(5) + " HELLO", " "}, {}},
+        {"opt_File", false, Direction::Sent, kHello, {}, "[09:15:02.007] : Send [5 byte] : HELLO"},
+        {"Opt_List_File",
+         false,
+         Direction::Sent,
+         kHello,
+         {send.arg(5) + " HELLO", " "},
+         "[09:15:02.007] : Send [5 byte] : HELLO"},
+        {"opt_List", true, Direction::Received, hex, {recv.arg(4) + " 41 A 00 FF", ""}, {}},
+        {"opt_File", true, Direction::Received, hex, {}, "[ 09:15:02.007 ] : Recv [ 4 byte ] :  41 A 00 FF"},
+        {"Opt_List_File",
+         true,
+         Direction::Received,
+         hex,
+         {recv.arg(4) + " 41 A 00 FF", ""},
+         "[09:15:02.007] : Recv [4 byte] :  41 A 00 FF"},
+        // Every byte through the code page in the list; the files keep the bytes, line breaks included.
+        {"Opt_List_File",
+         false,
+         Direction::Received,
+         Bytes{0x80, 0x0D, 0x0A, 0x00, 0xE9},
+         {recv.arg(5) + QStringLiteral(" \u20AC\r\n") + QChar(0) + QChar(0xE9), " "},
+         QByteArray("[09:15:02.007] : Recv [5 byte] : ") + QByteArray("\x80\r\n\0\xE9", 5)},
+        // One-letter bytes keep one letter; the others have two digits.
+        {"opt_List",
+         true,
+         Direction::Sent,
+         Bytes{0x00, 0x09, 0x0A, 0x0D, 0x0F, 0x10, 0x1E, 0xFF},
+         {send.arg(8) + " 00 09 A D F 10 1E FF", ""},
+         {}},
+        {"opt_List", false, Direction::Sent, Bytes{}, {send.arg(0) + " ", " "}, {}},
+        {"opt_List",
+         false,
+         Direction::Sent,
+         Bytes(130, 'x'),
+         {send.arg(130) + " " + repeated('x', 60), " " + repeated('x', 60), " " + repeated('x', 10), " "},
+         {}},
+        // A text that ends on a row's edge has an empty last piece before the closing row.
+        {"opt_List",
+         false,
+         Direction::Sent,
+         Bytes(60, 'x'),
+         {send.arg(60) + " " + repeated('x', 60), " ", " "},
+         {}},
+        {"opt_List",
+         true,
+         Direction::Sent,
+         Bytes(20, 0x11),
+         {send.arg(20) + QString(" 11").repeated(20), "", ""},
+         {}},
+        {"opt_List",
+         true,
+         Direction::Sent,
+         Bytes(25, 0x11),
+         {send.arg(25) + QString(" 11").repeated(20), QString(" 11").repeated(5), ""},
+         {}},
+        {"opt_List", false, Direction::Sent, std::nullopt, {"[09:15:02.007] : Send Fail"}, {}},
+        {"opt_List", true, Direction::Received, std::nullopt, {"[09:15:02.007] : Receive Fail"}, {}},
+        {"opt_File", true, Direction::Sent, std::nullopt, {}, "[ 09:15:02.007 ] : Send Fail"},
+        {"opt_File", true, Direction::Received, std::nullopt, {}, "[ 09:15:02.007 ] : Received Fail"},
+        {"opt_None", false, Direction::Received, std::nullopt, {}, {}},
+    };
+    for (const RecordCase& c : cases) {
+        SCOPED_TRACE(c.rows.join(QLatin1Char('|')).toStdString() + " " + c.fileLine.toStdString());
+        Logged f;
+        f.level(*static_cast<OptionButton*>(f.p.find(c.level)));
+        if (c.hex) {
+            f.op.click(f.p.opt_HexA);
+        }
+        ASSERT_TRUE(f.form.log().Logfile_chk());
+        if (c.payload) {
+            f.form.log().TrafficLog(*c.payload, c.direction);
+        } else {
+            f.form.log().TrafficLogFailure(c.direction);
+        }
+        EXPECT_EQ(f.rows(), c.rows);
+        const QByteArray expected = c.fileLine.isEmpty() ? QByteArray() : c.fileLine + "\r\n";
+        EXPECT_EQ(f.named(), expected);
+        EXPECT_EQ(f.daily(), expected);
+    }
+}
 
 TEST(StatusLines, ReachTheFilesOnlyAtListPlusFile) {
     Logged f;
@@ -114,12 +171,14 @@ TEST(ListUpkeep, ARecordOfManyRowsTrimsOneOldRowForEachOfItsRowsPastTheLimit) {
         for (int i = 0; i < c.before; ++i) {
             f.p.List1.addItem(QString::number(i));
         }
+        int added = c.before;
+        f.p.List1.rowAdded = [&added](const QString&) { ++added; };
         f.form.log().TrafficLog(payload, 600, Direction::Sent);
         EXPECT_EQ(f.p.List1.listCount(), c.count);
         EXPECT_EQ(f.p.List1.rows().front(), QLatin1String(c.front));
         EXPECT_EQ(f.p.List1.listIndex(), c.count - 1);
         EXPECT_TRUE(f.p.List1.rows().back().isEmpty() || f.p.List1.rows().back() == QStringLiteral(" "));
-        EXPECT_EQ(f.p.List1.added(), static_cast<std::uint64_t>(c.before + 12));
+        EXPECT_EQ(added, c.before + 12);
     }
 }
 

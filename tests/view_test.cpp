@@ -44,7 +44,7 @@ TEST_F(ViewCase, EveryControlSitsAtItsTwipsPosition) {
 
 TEST_F(ViewCase, CaptionsFontsColoursAndStatesFollowTheModel) {
     EXPECT_EQ(widget<QAbstractButton>(f.p.Cmd_Start)->text(), QStringLiteral("Connect"));
-    EXPECT_EQ(view::PanelView::frameCaption(view.widgetFor(f.p.Frame1)), QStringLiteral(" [ Tarnix ] "));
+    EXPECT_EQ(view.widgetFor(f.p.Frame1)->accessibleName(), QStringLiteral(" [ Tarnix ] "));
     EXPECT_EQ(widget<QLabel>(f.p.Label11)->text(), f.p.Label11.caption());
     EXPECT_TRUE(view.widgetFor(f.p.Frame8)->font().bold());
     EXPECT_FALSE(widget<QLineEdit>(f.p.txt_Data_Input)->font().bold())

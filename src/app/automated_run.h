@@ -21,7 +21,6 @@ public:
     }
     void ending() { ending_ = true; }
 
-    bool failed() const { return failed_; }
     int exitStatus() const { return failed_ ? 1 : 0; }
 
 private:

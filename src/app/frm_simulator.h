@@ -32,7 +32,6 @@ public:
     Operator& op() { return operator_; }
     Link& link() { return link_; }
     LogBook& log() { return log_; }
-    ServerLink& server() { return server_; }
 
 private:
     void wire();

@@ -116,22 +116,25 @@ QString quoted(const QString& text) {
     return text.trimmed() != text || inQuotes ? QLatin1Char('"') + text + QLatin1Char('"') : text;
 }
 
-// The character the box's own key filter refuses, as it would from an operator's keyboard: each
-// character goes through the KeyPress handler the form wired to the box, whichever that is. A handler
-// that fails on a character has not taken it. Keys that make no character (Tab, Enter) and Backspace
-// cannot stand in a text.
-std::optional<qsizetype> refusedAt(TextBox* box, const QString& text) {
+// The first control character of a text: keys that make one (Tab, Enter, Backspace) type nothing into a
+// box, so none can stand in a text of the panel's.
+std::optional<qsizetype> controlCharacterAt(const QString& text) {
     for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar ch = text.at(i);
-        if (ch.unicode() < 32 || ch.unicode() == 127) {
+        if (text.at(i).unicode() < 32 || text.at(i).unicode() == 127) {
             return i;
         }
-        if (box == nullptr || !box->KeyPress) {
-            continue; // a box with no filter takes every character
-        }
-        Int16 code = code_page::ansiCode(ch);
+    }
+    return std::nullopt;
+}
+
+// The first character the box's own key filter refuses, as it would from an operator's keyboard: each
+// character goes through the KeyPress handler the form wired to the box, whichever that is. A handler
+// that fails on a character has not taken it; a box with no filter takes every character.
+std::optional<qsizetype> refusedByFilter(const TextBox& box, const QString& text) {
+    for (qsizetype i = 0; box.KeyPress && i < text.size(); ++i) {
+        Int16 code = code_page::ansiCode(text.at(i));
         try {
-            box->KeyPress(code);
+            box.KeyPress(code);
         } catch (const RuntimeFailure&) {
             code = 0;
         }
@@ -142,7 +145,8 @@ std::optional<qsizetype> refusedAt(TextBox* box, const QString& text) {
     return std::nullopt;
 }
 
-QString nearestKey(const QString& key) {
+// The key spelled the same but for the case of its letters, or nothing.
+QString keyInOtherCase(const QString& key) {
     for (const Key& k : kOrder) {
         if (keyText(k).compare(key, Qt::CaseInsensitive) == 0) {
             return keyText(k);
@@ -236,14 +240,14 @@ std::optional<QString> Profile::check(const Panel& panel) const {
         const auto it = std::find_if(controls.begin(), controls.end(),
                                      [&](const auto& c) { return c.first == entry.key; });
         if (it == controls.end()) {
-            const QString near = nearestKey(entry.key);
-            return where(entry) + (near.isEmpty()
+            const QString meant = keyInOtherCase(entry.key);
+            return where(entry) + (meant.isEmpty()
                                        ? QStringLiteral(": no such setting; --print-profile lists them all")
-                                       : QStringLiteral(": no such setting; did you mean %1?").arg(near));
+                                       : QStringLiteral(": no such setting; did you mean %1?").arg(meant));
         }
         const Control& control = *it->second;
         if (!isSwitch(control)) {
-            if (const auto at = refusedAt(nullptr, entry.value)) {
+            if (const auto at = controlCharacterAt(entry.value)) {
                 return where(entry) + QStringLiteral(": character %1 is a control character").arg(*at + 1);
             }
             continue;
@@ -318,12 +322,12 @@ std::optional<QString> Profile::applyTo(Panel& panel) const {
             return wrong;
         }
     }
-    // Every text must pass its box's filter before any is written.
+    // Every text must pass its box's filter before any is written (check() refused control characters).
     for (const auto& [entry, control] : named) {
         if (control->kind() != Kind::TextBox) {
             continue;
         }
-        if (const auto at = refusedAt(static_cast<TextBox*>(control), entry->value)) {
+        if (const auto at = refusedByFilter(*static_cast<TextBox*>(control), entry->value)) {
             return where(*entry) + QStringLiteral(": the box refuses '%1' (character %2) from the keyboard")
                                        .arg(entry->value.at(*at))
                                        .arg(*at + 1);
@@ -356,14 +360,6 @@ std::optional<QString> Profile::applyTo(Panel& panel) const {
         }
     }
     return std::nullopt;
-}
-
-QStringList Profile::keys() {
-    QStringList out;
-    for (const Key& key : kOrder) {
-        out << keyText(key);
-    }
-    return out;
 }
 
 QString Profile::print(const Panel& panel) {

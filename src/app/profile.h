@@ -35,10 +35,6 @@ public:
     // is wrong, or nothing.
     std::optional<QString> applyTo(Panel& panel) const;
 
-    const std::vector<Entry>& entries() const { return entries_; }
-
-    // Every key a profile may name, in the order they are applied.
-    static QStringList keys();
     // The panel's values of every key as a profile.
     static QString print(const Panel& panel);
 

@@ -10,16 +10,14 @@ namespace sim {
 
 // SIGINT and SIGTERM as an event of the loop: the handler does nothing but write a byte to a pipe that
 // the loop watches, so the program ends the way the operator would end it. One instance at a time; the
-// signals' earlier handling comes back when it goes.
+// signals' earlier handling comes back when it goes. Where the pipe or the handlers cannot be set up,
+// the signals end the program as usual.
 class StopSignals {
 public:
     explicit StopSignals(std::function<void()> onStop);
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
-
-    // False when the pipe or the handlers could not be set up; the signals then end the program as usual.
-    bool active() const { return notifier_ != nullptr; }
 
 private:
     void drain();

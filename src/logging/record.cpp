@@ -52,7 +52,7 @@ QString statusText(const Stamp& stamp, const char* tail) {
 namespace record {
 namespace {
 
-constexpr int kRowWidth = 60;
+constexpr qsizetype kRowWidth = 60;
 
 // The text of every byte in the hexadecimal form: a blank and "00" to "09", "A" to "F" alone, then "10"
 // to "FF"; padded to four characters, with the length that counts.
@@ -73,19 +73,10 @@ constexpr std::array<HexCell, 256> kHexCells = [] {
     return table;
 }();
 
-} // namespace
-
 void appendAsciiPayload(QByteArray& out, const Bytes& data, int len) {
     // A byte is its own character in the code page, and every byte has one.
     out.append(reinterpret_cast<const char*>(data.data()), len);
 }
-
-std::string_view hexDigits(std::uint8_t byte) {
-    const HexCell& cell = kHexCells[byte];
-    return {cell.text.data() + 1, static_cast<std::size_t>(cell.size - 1)};
-}
-
-namespace {
 
 void appendHexBytes(QByteArray& out, const std::uint8_t* bytes, qsizetype count) {
     const qsizetype start = out.size();
@@ -101,10 +92,6 @@ void appendHexBytes(QByteArray& out, const std::uint8_t* bytes, qsizetype count)
 }
 
 } // namespace
-
-void appendHexPayload(QByteArray& out, const Bytes& data, int len) {
-    appendHexBytes(out, data.data(), len);
-}
 
 void appendHead(QByteArray& out, const Stamp& stamp, int len, Direction direction, bool spaced) {
     const char* verb = direction == Direction::Sent ? "Send" : "Recv";
@@ -150,30 +137,25 @@ QString headRow(QByteArrayView head, QByteArrayView payload, bool ascii) {
 }
 
 PieceText pieceText(QByteArrayView payload, bool ascii) {
-    const qsizetype rowCount = payload.size() / kRowWidth;
+    // The row position is 16-bit: it starts at 1 and grows by 60 after each row, and the growth past
+    // 32767 ends the rows there. So row r (the head row being 0) starts at 1 + 60 r, and the last row is
+    // the one after which the position cannot grow any more.
+    constexpr qsizetype kLastRow = (Int16::kMax - 1) / kRowWidth;
+    const qsizetype rowCount = std::min(payload.size() / kRowWidth, kLastRow);
     const qsizetype blank = ascii ? 1 : 0;
     PieceText pieces;
-    const qsizetype most = std::min<qsizetype>(rowCount, Int16::kMax / kRowWidth + 1); // room to spare
-    pieces.rows.reserve(static_cast<std::size_t>(most));
-    pieces.text.resize(most * (blank + kRowWidth));
+    pieces.rows.reserve(static_cast<std::size_t>(rowCount));
+    pieces.text.resize(rowCount * (blank + kRowWidth));
     QChar* at = pieces.text.data();
-    try {
-        Int16 position = 1;
-        position += kRowWidth; // past the head row's piece
-        for (qsizetype r = 1; r <= rowCount; ++r) {
-            const qsizetype from = std::min<qsizetype>(position - 1, payload.size());
-            const QByteArrayView piece =
-                payload.sliced(from, std::min<qsizetype>(kRowWidth, payload.size() - from));
-            const qsizetype start = at - pieces.text.constData();
-            if (ascii) {
-                *at++ = QLatin1Char(' ');
-            }
-            at = code_page::fromAnsi(piece, at);
-            pieces.rows.push_back({start, blank + piece.size()});
-            position += kRowWidth;
+    for (qsizetype r = 1; r <= rowCount; ++r) {
+        const qsizetype from = std::min(r * kRowWidth, payload.size());
+        const QByteArrayView piece = payload.sliced(from, std::min(kRowWidth, payload.size() - from));
+        const qsizetype start = at - pieces.text.constData();
+        if (ascii) {
+            *at++ = QLatin1Char(' ');
         }
-    } catch (const RuntimeFailure&) {
-        // The row position has run past 16 bits: the rest of the text stays out of the list.
+        at = code_page::fromAnsi(piece, at);
+        pieces.rows.push_back({start, blank + piece.size()});
     }
     pieces.text.truncate(at - pieces.text.constData());
     return pieces;
@@ -181,16 +163,6 @@ PieceText pieceText(QByteArrayView payload, bool ascii) {
 
 QString closingRow(bool ascii) {
     return ascii ? QStringLiteral(" ") : QString();
-}
-
-QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii) {
-    QStringList rows{headRow(head, payload, ascii)};
-    const PieceText pieces = pieceText(payload, ascii);
-    for (const PieceText::Row& row : pieces.rows) {
-        rows << pieces.text.mid(row.from, row.size);
-    }
-    rows << closingRow(ascii);
-    return rows;
 }
 
 const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii, Extent extent) {
@@ -213,7 +185,7 @@ const QByteArray& PayloadText::render(const Bytes& data, int len, bool ascii, Ex
         shown = whole ? len : static_cast<int>(std::min<qsizetype>(len, kListChars));
         appendAsciiPayload(text_, data, shown);
     } else if (whole) {
-        appendHexPayload(text_, data, len);
+        appendHexBytes(text_, data.data(), len);
     } else {
         // A byte takes three characters, or two for the one-letter ones: render by the three until the
         // text reaches as far as the rows do.

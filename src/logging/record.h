@@ -9,7 +9,6 @@
 
 #include <array>
 #include <cstdint>
-#include <string_view>
 #include <vector>
 
 namespace sim {
@@ -35,19 +34,11 @@ QString statusText(const Stamp& stamp, const char* tail);
 // `spaced` is the hexadecimal file-only form with blanks inside the brackets.
 namespace record {
 
-// The payload's text: in ASCII form each byte stands for its own character; in hexadecimal form each
-// byte is a blank and its digits.
-void appendAsciiPayload(QByteArray& out, const Bytes& data, int len);
-void appendHexPayload(QByteArray& out, const Bytes& data, int len);
-// A byte's digits: two digits, or one letter for 0x0A to 0x0F.
-std::string_view hexDigits(std::uint8_t byte);
 void appendHead(QByteArray& out, const Stamp& stamp, int len, Direction direction, bool spaced);
 void appendFailureLine(QByteArray& out, const Stamp& stamp, Direction direction, bool spaced);
-// The rows of a record in the list: the head row, pieces of 60 characters, and the closing row. The
-// row position is 16-bit: a payload text past its reach ends the rows early, before the closing row.
-QStringList listRows(QByteArrayView head, QByteArrayView payload, bool ascii);
-// The same in three parts: the head row with the first piece, the rows of the further pieces as one
-// text that they share (and where each row lies in it), and the closing row.
+// The rows of a record in the list, in three parts: the head row with the first piece of 60 characters,
+// the rows of the further pieces as one text that they share (and where each row lies in it), and the
+// closing row. The row position is 16-bit: a payload text past its reach ends the rows early.
 QString headRow(QByteArrayView head, QByteArrayView payload, bool ascii);
 struct PieceText {
     struct Row {
@@ -60,7 +51,9 @@ struct PieceText {
 PieceText pieceText(QByteArrayView payload, bool ascii);
 QString closingRow(bool ascii);
 
-// The payload text of the last record and the rows of its further pieces. The same bytes shown again
+// The payload text of the last record and the rows of its further pieces: in ASCII form each byte stands
+// for its own character; in hexadecimal form each byte is a blank and its digits, two digits, or one
+// letter for 0x0A to 0x0F. The same bytes shown again
 // in the same form (an echo, a repeated send) share them instead of being rendered anew. A record for
 // the list alone needs only the start of a long text: the rows end where their 16-bit position does.
 class PayloadText {

@@ -279,7 +279,6 @@ void ListBox::push(const QString& text, qsizetype from, qsizetype size) {
         texts_.push_back(text);
     }
     rows_.push_back({firstText_ + texts_.size() - 1, from, size});
-    ++added_;
     listChanged(Prop::Rows);
     if (rowAdded) {
         rowAdded(toString(rows_.back()));
@@ -297,10 +296,6 @@ void ListBox::dropUnnamedTexts() {
         texts_.pop_front();
         ++firstText_;
     }
-}
-
-QString ListBox::row(int index) const {
-    return toString(rows_.at(static_cast<std::size_t>(index)));
 }
 
 QStringList ListBox::rows() const {

@@ -186,11 +186,7 @@ public:
     void clear();
     Int16 listIndex() const { return listIndex_; }
     void setListIndex(int index);
-    QString row(int index) const;
     QStringList rows() const;
-    // Rows added since the list was made, Clear or not: whoever follows the list reads the newest
-    // rows by the difference, however the rows were announced and however many the list let go.
-    std::uint64_t added() const { return added_; }
 
     // Told of each row as AddItem takes it, for whoever copies the list elsewhere.
     std::function<void(const QString& row)> rowAdded;
@@ -211,7 +207,6 @@ private:
     std::deque<Row> rows_;
     std::deque<QString> texts_;
     std::uint64_t firstText_ = 0; // the number of texts_.front()
-    std::uint64_t added_ = 0;
     Int16 listIndex_{-1};
     int batches_ = 0;
     bool rowsChanged_ = false;

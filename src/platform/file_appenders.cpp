@@ -58,11 +58,6 @@ void AppendQueue::flush() {
     written_.wait(lock, [&] { return waiting_.empty() && !writing_; });
 }
 
-qsizetype AppendQueue::waiting() const {
-    const std::lock_guard lock(mutex_);
-    return waitingBytes_;
-}
-
 void AppendQueue::run() {
     std::vector<Text> texts;
     std::unique_lock lock(mutex_);

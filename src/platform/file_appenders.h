@@ -35,8 +35,6 @@ public:
 
     void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) override;
     void flush() override;
-    // The bytes handed over and not yet taken by the writer.
-    qsizetype waiting() const;
 
 private:
     struct Text {
@@ -48,7 +46,7 @@ private:
     void run();
     static void write(const std::vector<Text>& texts);
 
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::condition_variable wake_;    // texts to write, or the end
     std::condition_variable written_; // room in the queue, or everything written
     std::vector<Text> waiting_;

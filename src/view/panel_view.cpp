@@ -154,9 +154,11 @@ QIcon formIcon() {
 // caption, and the caption a little in from the left on the frame's own background.
 class FrameBox : public QWidget {
 public:
+    // The caption is the frame's accessible name too, as a group box's title is.
     FrameBox(QString caption, bool border, QWidget* parent)
-        : QWidget(parent), caption_(std::move(caption)), border_(border) {}
-    const QString& caption() const { return caption_; }
+        : QWidget(parent), caption_(std::move(caption)), border_(border) {
+        setAccessibleName(caption_);
+    }
 
 protected:
     void paintEvent(QPaintEvent*) override {
@@ -363,11 +365,6 @@ bool PanelView::takeEntrySelection(const TextBox& box) {
 
 PanelView::~PanelView() {
     panel_.observer = nullptr;
-}
-
-QString PanelView::frameCaption(const QWidget* frame) {
-    const auto* box = dynamic_cast<const FrameBox*>(frame);
-    return box != nullptr ? box->caption() : QString();
 }
 
 QSize PanelView::clientSize(int widthTwips, int heightTwips) {

@@ -24,8 +24,6 @@ public:
     ~PanelView() override;
 
     QWidget* widgetFor(const Control& control) const;
-    // The caption a frame shows.
-    static QString frameCaption(const QWidget* frame);
     // Shows pending list rows now instead of at the next batch.
     void flushRows();
 
