@@ -43,13 +43,7 @@ private:
 };
 
 struct Loopback : MixedForm {
-    explicit Loopback(Device& device) {
-        const char* octets[] = {"127", "0", "0", "1"};
-        for (int i = 0; i < 4; ++i) {
-            p.txt_Destination_IP(i).setText(QString::fromLatin1(octets[i]));
-        }
-        p.txt_Destination_Port.setText(QString::number(device.port()));
-    }
+    explicit Loopback(Device& device) { pointAtLoopback(p, device.port()); }
     bool waitFor(const std::function<bool()>& cond, int limitMs = 5000) {
         return pumpUntil(mixed.pump, cond, limitMs);
     }

@@ -2,8 +2,7 @@
 
 #include "app/frm_simulator.h"
 #include "platform/qt/qt_platform.h"
-#include "support/keyboard.h"
-#include "support/sim_platform.h"
+#include "support/sim_form.h"
 
 #include <QElapsedTimer>
 #include <QTimer>

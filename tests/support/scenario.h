@@ -11,11 +11,7 @@ namespace sim::test {
 struct DeviceAsServer : SimForm {
     explicit DeviceAsServer(Answer answer = Answer::Accept) {
         sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000, answer);
-        const char* octets[] = {"127", "0", "0", "1"};
-        for (int i = 0; i < 4; ++i) {
-            p.txt_Destination_IP(i).setText(QString::fromLatin1(octets[i]));
-        }
-        p.txt_Destination_Port.setText(QStringLiteral("4000"));
+        pointAtLoopback(p, 4000);
     }
 
     std::shared_ptr<DeviceLink> device() const { return sim.network.lastLink(); }

@@ -6,6 +6,16 @@
 
 namespace sim::test {
 
+// Types 127.0.0.1 and the port into the destination boxes, so that a dial reaches nothing but this
+// machine (or the simulated device there): the panel's default address must never be dialled.
+inline void pointAtLoopback(Panel& p, int port) {
+    const char* octets[] = {"127", "0", "0", "1"};
+    for (int i = 0; i < 4; ++i) {
+        p.txt_Destination_IP(i).setText(QString::fromLatin1(octets[i]));
+    }
+    p.txt_Destination_Port.setText(QString::number(port));
+}
+
 // The whole form on the simulated platform, loaded as the window would show it.
 struct SimForm {
     SimPlatform sim;
