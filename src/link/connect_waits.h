@@ -17,6 +17,14 @@ public:
 
     bool running() const { return depth_ > 0; }
 
+    // The click of `button` that starts a dial-out: runs now when no wait runs, else later.
+    void dialOut(const Control& button, const std::function<void()>& click);
+
+    // The wait of a connect or of a listen: the event pump runs until the socket's State is `state` or
+    // TmrConnect has ticked once (one second). True when the socket got there in time.
+    bool waitFor(const Socket& socket, int state);
+
+private:
     // Marks a wait for as long as it lives.
     class Scope {
     public:
@@ -28,15 +36,6 @@ public:
     private:
         ConnectWaits& waits_;
     };
-
-    // The click of `button` that starts a dial-out: runs now when no wait runs, else later.
-    void dialOut(const Control& button, const std::function<void()>& click);
-
-    // The wait of a connect or of a listen: the event pump runs until the socket's State is `state` or
-    // TmrConnect has ticked once (one second). True when the socket got there in time.
-    bool waitFor(const Socket& socket, int state);
-
-private:
     struct Held {
         const Control* button;
         std::function<void()> click;

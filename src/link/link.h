@@ -20,7 +20,7 @@ enum class Dialled { TimedOut = 0, Connected = 1, NotStarted = 99 };
 class Link {
 public:
     Link(Panel& panel, LogBook& log, EventPump& pump, Dialogs& dialogs)
-        : panel_(panel), log_(log), pump_(pump), dialogs_(dialogs), waits_(panel, pump) {}
+        : panel_(panel), log_(log), dialogs_(dialogs), waits_(panel, pump) {}
 
     ConnectWaits& waits() { return waits_; }
 
@@ -53,7 +53,6 @@ private:
     void message(const char* text, int style, const char* title);
     Panel& panel_;
     LogBook& log_;
-    EventPump& pump_;
     Dialogs& dialogs_;
     ConnectWaits waits_;
 };

@@ -160,10 +160,10 @@ TextBox::TextBox(Panel& panel, const ControlDesign& design)
     : Control(panel, design), text_(QString::fromLatin1(design.caption)), backColor_(design.back) {}
 
 void TextBox::setText(const QString& text) {
-    replaceText(text, 0);
+    applyOperatorEdit(text, 0);
 }
 
-void TextBox::replaceText(const QString& text, int caret) {
+void TextBox::applyOperatorEdit(const QString& text, int caret) {
     const bool differs = text_ != text;
     text_ = text;
     selStart_ = std::clamp(caret, 0, static_cast<int>(text_.size()));
@@ -172,10 +172,6 @@ void TextBox::replaceText(const QString& text, int caret) {
     if (differs && Change) {
         Change();
     }
-}
-
-void TextBox::applyOperatorEdit(const QString& text, int caret) {
-    replaceText(text, caret);
 }
 
 void TextBox::setSelStart(int start) {
@@ -203,7 +199,7 @@ void TextBox::setSelText(const QString& text) {
     const int start = selStart_;
     QString next = text_;
     next.replace(start, selLength_, text);
-    replaceText(next, start + static_cast<int>(text.size()));
+    applyOperatorEdit(next, start + static_cast<int>(text.size()));
 }
 
 void TextBox::setBackColor(unsigned colour) {
@@ -412,18 +408,16 @@ void SaveDialog::ShowSave() {
 // ---- Form ----
 
 void Form::setWidth(int twips) {
-    if (width_ != twips) {
-        width_ = twips;
-        panel_.notify(nullptr, Prop::Size);
-        if (Resize) {
-            Resize();
-        }
-    }
+    resize(width_, twips);
 }
 
 void Form::setHeight(int twips) {
-    if (height_ != twips) {
-        height_ = twips;
+    resize(height_, twips);
+}
+
+void Form::resize(int& side, int twips) {
+    if (side != twips) {
+        side = twips;
         panel_.notify(nullptr, Prop::Size);
         if (Resize) {
             Resize();

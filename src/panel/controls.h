@@ -123,7 +123,8 @@ public:
     void setBackColor(unsigned colour);
     bool readOnly() const { return (design().flags & kReadOnly) != 0; }
 
-    // What the operator's edit control did: the new text and caret. Runs Change when the text differs.
+    // A new text with the caret at `caret`, as the operator's edit control left it (and as setText and
+    // setSelText make it). Runs Change when the text differs.
     void applyOperatorEdit(const QString& text, int caret);
 
     std::function<void()> Change;
@@ -131,7 +132,6 @@ public:
     std::function<void(Int16& keyCode, Int16 shift)> KeyUp;
 
 private:
-    void replaceText(const QString& text, int caret);
     QString text_;
     int selStart_ = 0;
     int selLength_ = 0;
@@ -265,6 +265,7 @@ public:
     std::function<void()> Resize;
 
 private:
+    void resize(int& side, int twips);
     Panel& panel_;
     // Until the window is first sized it measures its client area alone.
     int width_ = kDesignClientWidth;
