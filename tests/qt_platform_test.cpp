@@ -1,30 +1,29 @@
+// The services of the Qt platform below the form: the event gate, timers, the clock, the settings store,
+// the folders, the machine's address, the dialogs of a run without a window and the stop signals.
+
+#include "app/stop_signals.h"
 #include "mixed_platform.h"
 #include "view/panel_view.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QMessageBox>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTimer>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <ctime>
+#include <set>
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+
 namespace sim::test {
 namespace {
-
-// Closes the message box that is open once `afterMs` have passed.
-void answerMessageBoxAfter(int afterMs, QElapsedTimer& clock, qint64& closedAt) {
-    QTimer::singleShot(afterMs, [&clock, &closedAt] {
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) {
-                closedAt = clock.elapsed();
-                box->accept();
-            }
-        }
-    });
-}
 
 TEST(QtPlatform, AMessageBoxHoldsSocketEventsAndMergesTimerTicksUntilItCloses) {
     qt::QtPlatform platform;
@@ -53,7 +52,14 @@ TEST(QtPlatform, AMessageBoxHoldsSocketEventsAndMergesTimerTicksUntilItCloses) {
 
     qint64 closedAt = -1;
     QTimer::singleShot(50, [peer] { peer->write("late"); });
-    answerMessageBoxAfter(400, clock, closedAt);
+    QTimer::singleShot(400, [&] {
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) {
+                closedAt = clock.elapsed();
+                box->accept();
+            }
+        }
+    });
     platform.dialogs.messageBox(QStringLiteral("E........"), msg_style::kCritical, QStringLiteral("Error"));
     const qint64 returnedAt = clock.elapsed();
     EXPECT_TRUE(arrivals.empty()) << "no handler runs while the box is open";
@@ -117,8 +123,7 @@ TEST(QtPlatform, ClosingTheWindowEndsALoopThatPumpsAndClosesBothSockets) {
     guard.start(50);
     QElapsedTimer clock;
     clock.start();
-    const int rc = QApplication::exec();
-    EXPECT_EQ(rc, 0);
+    EXPECT_EQ(QApplication::exec(), 0);
     EXPECT_LT(clock.elapsed(), 3000);
     EXPECT_FALSE(loopEnded) << "the loop never returned normally: it was unwound";
     EXPECT_GT(passes, 0);
@@ -140,9 +145,136 @@ TEST(QtPlatform, SettingsReachTheStoreAtOnce) {
               QStringLiteral("d"));
 }
 
-TEST(QtPlatform, TheLocalAddressComesFromTheInterfaces) {
-    const QString address = qt::localAddress();
-    EXPECT_EQ(address.split(QLatin1Char('.')).size(), 4);
+// The machine's address is one of the IPv4 addresses of its interfaces other than loopback, as the
+// system lists them, or 127.0.0.1 on a machine that has none.
+TEST(QtPlatform, TheSimulatorsAddressIsOneOfTheMachinesOwn) {
+    std::set<QString> own;
+    ifaddrs* list = nullptr;
+    ASSERT_EQ(getifaddrs(&list), 0);
+    for (const ifaddrs* i = list; i != nullptr; i = i->ifa_next) {
+        if (i->ifa_addr != nullptr && i->ifa_addr->sa_family == AF_INET) {
+            const in_addr address = reinterpret_cast<const sockaddr_in*>(i->ifa_addr)->sin_addr;
+            if (ntohl(address.s_addr) >> 24 != 127) {
+                own.insert(QString::fromLatin1(inet_ntoa(address)));
+            }
+        }
+    }
+    freeifaddrs(list);
+    MixedForm f;
+    const QString shown = f.p.txt_Simulator_IP.text();
+    if (own.empty()) {
+        EXPECT_EQ(shown, QStringLiteral("127.0.0.1"));
+    } else {
+        EXPECT_TRUE(own.contains(shown)) << shown.toStdString() << " is none of the machine's addresses";
+    }
+}
+
+TEST(QtPlatform, TheClockTellsTheLocalDateAndTimeOfTheSystemToTheSecond) {
+    // A zone nine hours ahead of UTC, so that local time cannot pass for UTC.
+    const std::optional<QByteArray> zone =
+        qEnvironmentVariableIsSet("TZ") ? std::optional(qgetenv("TZ")) : std::nullopt;
+    qputenv("TZ", "TEST-9");
+    tzset();
+    EXPECT_EQ(QDateTime::currentDateTime().offsetFromUtc(), 9 * 3600);
+    const qt::QtClock clock;
+    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1000);
+    const QDateTime told(clock.localDate(), clock.localTime());
+    const QDateTime after = QDateTime::currentDateTime();
+    EXPECT_LE(before, told);
+    EXPECT_LE(told, after);
+    EXPECT_EQ(told.time().msec(), 0) << "whole seconds";
+    const int ms = clock.systemMilliseconds();
+    EXPECT_TRUE(ms >= 0 && ms <= 999) << ms;
+    if (zone) {
+        qputenv("TZ", *zone);
+    } else {
+        qunsetenv("TZ");
+    }
+    tzset();
+}
+
+// Where a program lying in one folder and started in another keeps its files: in those folders, unless
+// it is installed, cannot write there, or was started in the home folder (from the menu).
+TEST(Folders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
+    const QString appId = QStringLiteral("example.tarnix.TrafficSimulator");
+    QTemporaryDir root;
+    const auto path = [&](const char* relative) { return root.path() + u'/' + QLatin1String(relative); };
+    for (const char* folder : {"build/src", "usr/bin", "usr/share/applications", "local/bin",
+                               "local/share/applications", "home/project"}) {
+        QDir().mkpath(path(folder));
+    }
+    // Its own desktop entry makes a program an installed one; another program's does not.
+    ASSERT_TRUE(QFile(path("usr/share/applications/") + appId + QStringLiteral(".desktop"))
+                    .open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QFile(path("local/share/applications/org.other.Tool.desktop")).open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QFile::link(path("home"), path("home-link")));
+    struct Case {
+        const char* executable;
+        const char* current;
+        const char* program;
+        const char* working;
+    };
+    const Case cases[] = {
+        {"build/src", "build/src", "build/src", "build/src"}, // a build tree or an unpacked archive
+        {"usr/bin", "home/project", "data", "home/project"},  // installed; a folder under home was chosen
+        {"local/bin", "home", "local/bin", "data"},           // started from the menu
+        {"missing/bin", "home/", "data", "data"},             // a folder it cannot write to
+        {"build/src", "home-link", "build/src", "data"},      // the home folder by another name
+        {"build/src", "missing", "build/src", "data"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.executable) + " " + c.current);
+        const qt::FolderPlaces places{path(c.executable), path(c.current), path("home"), path("data"), appId};
+        EXPECT_EQ(qt::programFolderOf(places), path(c.program));
+        EXPECT_EQ(qt::workingFolderOf(places), path(c.working));
+    }
+}
+
+TEST(Folders, StartedInTheHomeFolderTheQtPlatformMakesAndGivesTheDataFolder) {
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(QDir::homePath()));
+    const QString working = qt::QtFolders().workingFolder();
+    QDir::setCurrent(before);
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+    EXPECT_EQ(working, QDir::toNativeSeparators(data));
+    EXPECT_TRUE(QDir(data).exists());
+    EXPECT_EQ(qt::QtFolders().workingFolder(), QDir::toNativeSeparators(before));
+}
+
+TEST(HeadlessDialogs, AMessageBoxIsAnsweredAtOnceAndPrintedAsTitleAndText) {
+    const QString name = QCoreApplication::applicationName();
+    QCoreApplication::setApplicationName(QStringLiteral("Simulator"));
+    qt::EventGate gate;
+    qt::HeadlessDialogs dialogs(gate);
+    bool ran = false;
+    gate.post([&] { ran = true; });
+    ::testing::internal::CaptureStderr();
+    dialogs.messageBox(QStringLiteral("Input Port No"), msg_style::kCritical, QStringLiteral("Error"));
+    dialogs.messageBox(QStringLiteral("IP Address Value Cross Limit"), msg_style::kPlain, std::nullopt);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "Error: Input Port No\nSimulator: IP Address Value Cross Limit\n");
+    EXPECT_EQ(dialogs.showSave({}), std::nullopt) << "the Save dialog is cancelled";
+    EXPECT_FALSE(ran) << "no event of the form ran while a box was open";
+    EXPECT_FALSE(gate.modal());
+    QCoreApplication::setApplicationName(name);
+}
+
+TEST(StopSignals, SigintAndSigtermReachTheLoopAndTheOldHandlingComesBack) {
+    struct sigaction before {};
+    sigaction(SIGTERM, nullptr, &before);
+    {
+        int stops = 0;
+        const StopSignals stop([&] { ++stops; });
+        qt::EventGate gate;
+        qt::QtEventPump pump(gate);
+        std::raise(SIGTERM);
+        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 1; }));
+        std::raise(SIGINT);
+        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 2; }));
+    }
+    struct sigaction after {};
+    sigaction(SIGTERM, nullptr, &after);
+    EXPECT_EQ(after.sa_handler, before.sa_handler);
 }
 
 } // namespace
