@@ -87,8 +87,11 @@ TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWas
             timer->stop(); // armed and stopped in one handler: nothing more comes
         }
     });
+    QElapsedTimer clock;
+    clock.start();
     timer->start(1);
     ASSERT_TRUE(pumpUntil(platform.pump, [&] { return ticks == 5; }));
+    EXPECT_GE(clock.elapsed(), 1 + 5 + 10 + 15 + 20) << "each restart waited its own interval";
     bool later = false;
     QTimer::singleShot(60, [&] { later = true; });
     ASSERT_TRUE(pumpUntil(platform.pump, [&] { return later; }));
