@@ -3,7 +3,6 @@
 
 #include "app/stop_signals.h"
 #include "mixed_platform.h"
-#include "view/panel_view.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -96,43 +95,6 @@ TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWas
     QTimer::singleShot(60, [&] { later = true; });
     ASSERT_TRUE(pumpUntil(platform.pump, [&] { return later; }));
     EXPECT_EQ(ticks, 5);
-}
-
-TEST(QtPlatform, ClosingTheWindowEndsALoopThatPumpsAndClosesBothSockets) {
-    MixedForm f;
-    QTcpServer device;
-    ASSERT_TRUE(device.listen(QHostAddress::LocalHost, 0));
-    f.p.Client_Socket.setRemoteHost(QStringLiteral("127.0.0.1"));
-    f.p.Client_Socket.setRemotePort(device.serverPort());
-    f.p.Client_Socket.connect();
-    f.p.Server_Socket.setLocalPort(0);
-    f.p.Server_Socket.listen();
-
-    view::PanelView view(f.p, f.op);
-    view.show();
-    int passes = 0;
-    bool loopEnded = true;
-    // A handler that pumps until the window is closed, as the listening loop does.
-    f.p.Cmd_Start.Click = [&] {
-        loopEnded = false;
-        for (;;) {
-            f.mixed.pump.pump();
-            ++passes;
-        }
-    };
-    QTimer::singleShot(0, [&] { f.op.click(f.p.Cmd_Start); });
-    QTimer::singleShot(300, [&] { view.close(); });
-    QTimer guard;
-    guard.start(50);
-    QElapsedTimer clock;
-    clock.start();
-    EXPECT_EQ(QApplication::exec(), 0);
-    EXPECT_LT(clock.elapsed(), 3000);
-    EXPECT_FALSE(loopEnded) << "the loop never returned normally: it was unwound";
-    EXPECT_GT(passes, 0);
-    EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kClosed);
-    EXPECT_EQ(f.p.Server_Socket.state(), socket_state::kClosed);
-    EXPECT_TRUE(f.mixed.pump.quitRequested());
 }
 
 TEST(QtPlatform, SettingsReachTheStoreAtOnce) {
