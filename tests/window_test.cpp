@@ -17,6 +17,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QRadioButton>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QTest>
 #include <qpa/qwindowsysteminterface.h>
@@ -474,58 +475,34 @@ TEST_F(RealDialogs, ClosingTheWindowWhileAMessageBoxIsOpenEndsTheProgram) {
         << "the handler went no further; the store has the box as typed";
 }
 
-// ---- a profile gives the panel an operator gets by making the same settings in the window ----
-
-// One operator step: a click on an option or the check box, or a text typed over a box's text. The
-// profile's line for it names the control and gives the text, or true for a click.
-struct Step {
-    const char* control;
-    int index = -1;
-    const char* text = nullptr;
-};
-
+// A profile gives the panel an operator gets by making the same settings in the window: for each line a
+// click on the option or check box set true, or the text typed over the box's text.
 TEST_F(Window, AProfileAndTheSameSettingsMadeByAnOperatorGiveTheSamePanel) {
-    const std::vector<std::vector<Step>> cases = {
+    const std::vector<QStringList> cases = {
         // The device is the server: a repeat run of a hexadecimal payload, logged to a file too.
-        {{"txt_Destination_IP", 0, "127"},
-         {"txt_Destination_IP", 1, "0"},
-         {"txt_Destination_IP", 2, "0"},
-         {"txt_Destination_IP", 3, "1"},
-         {"txt_Destination_Port", -1, "4001"},
-         {"opt_HexA"},
-         {"opt_Send_Only"},
-         {"opt_Repeat"},
-         {"com_Timegap", -1, "0.5"},
-         {"com_Count", -1, "20"},
-         {"txt_Data_Input", -1, "0A0b"},
-         {"Opt_List_File"},
-         {"txt_Logfile", -1, "run.log"}},
+        {"txt_Destination_IP(0)=127", "txt_Destination_IP(1)=0", "txt_Destination_IP(2)=0",
+         "txt_Destination_IP(3)=1", "txt_Destination_Port=4001", "opt_HexA=true", "opt_Send_Only=true",
+         "opt_Repeat=true", "com_Timegap=0.5", "com_Count=20", "txt_Data_Input=0A0b", "Opt_List_File=true",
+         "txt_Logfile=run.log"},
         // The device is the client: an answer typed in, no records.
-        {{"opt_Client"},
-         {"txt_Port", -1, "5000"},
-         {"opt_Send_input"},
-         {"txt_Data_Input", -1, "OK"},
-         {"opt_None"}},
+        {"opt_Client=true", "txt_Port=5000", "opt_Send_input=true", "txt_Data_Input=OK", "opt_None=true"},
         // A program of two steps, with the connection closed after each exchange.
-        {{"opt_Send_Only"},
-         {"chkMode"},
-         {"txtStep", 0, "one"},
-         {"txtTimeGap", 0, "200"},
-         {"txtStep", 1, "two"},
-         {"Opt_Cnn2"}},
+        {"opt_Send_Only=true", "chkMode=true", "txtStep(0)=one", "txtTimeGap(0)=200", "txtStep(1)=two",
+         "Opt_Cnn2=true"},
     };
-    for (const std::vector<Step>& steps : cases) {
+    const QRegularExpression line(QStringLiteral("^(\\w+)(?:\\((\\d)\\))?=(.*)$"));
+    for (const QStringList& lines : cases) {
+        SCOPED_TRACE(lines.join(u' ').toStdString());
         open();
-        FrmSimulator byProfile(platform(mixed.dialogs));
+        FrmSimulator byProfile(platform(mixed.dialogs)); // from the same saved settings as the window's
         byProfile.load();
-        QStringList lines;
-        for (const Step& step : steps) {
-            const QString name = QString::fromLatin1(step.control);
-            lines << (step.index < 0 ? name : name + QStringLiteral("(%1)").arg(step.index)) + u'=' +
-                         (step.text != nullptr ? QString::fromUtf8(step.text) : QStringLiteral("true"));
-            Control* control = p->find(step.control, step.index);
-            ASSERT_NE(control, nullptr) << step.control;
-            if (step.text == nullptr) {
+        for (const QString& setting : lines) {
+            const auto parts = line.match(setting);
+            const QString text = parts.captured(3);
+            Control* control = p->find(parts.captured(1).toStdString(),
+                                       parts.captured(2).isEmpty() ? -1 : parts.captured(2).toInt());
+            ASSERT_NE(control, nullptr) << setting.toStdString();
+            if (text == QStringLiteral("true")) {
                 click(*control);
                 continue;
             }
@@ -535,9 +512,8 @@ TEST_F(Window, AProfileAndTheSameSettingsMadeByAnOperatorGiveTheSamePanel) {
             QTest::mouseClick(field, Qt::LeftButton);
             QTest::keyClick(field, Qt::Key_End);
             QTest::keyClick(field, Qt::Key_Home, Qt::ShiftModifier);
-            QTest::keyClicks(field, QString::fromUtf8(step.text));
+            QTest::keyClicks(field, text);
         }
-        SCOPED_TRACE(lines.join(u' ').toStdString());
         QString error;
         const auto profile = Profile::parse(lines.join(u'\n'), QStringLiteral("run.ini"), &error);
         ASSERT_TRUE(profile) << error.toStdString();
