@@ -1,10 +1,8 @@
-// Whole exchanges with a device on 127.0.0.1, on the Qt event loop and the system's sockets. Every wait
-// ends by itself within seconds.
+// The form on the Qt platform with a peer on 127.0.0.1, on the system's sockets. Every wait ends by
+// itself within seconds.
 
 #include "mixed_platform.h"
-#include "support/files.h"
 
-#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -14,92 +12,6 @@
 
 namespace sim::test {
 namespace {
-
-// A device that listens on a port the system picks, keeps every link it accepts with what arrived on
-// it, and answers each piece it receives with what `reply` makes of it.
-class Device : public QObject {
-public:
-    explicit Device(std::function<QByteArray(const QByteArray&)> reply = {}) : reply_(std::move(reply)) {
-        server_.listen(QHostAddress::LocalHost, 0);
-        connect(&server_, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket* s = server_.nextPendingConnection()) {
-                links.push_back(s);
-                received.emplace_back();
-                connect(s, &QTcpSocket::readyRead, this, [this, s, i = links.size() - 1] {
-                    const QByteArray piece = s->readAll();
-                    received[i] += piece;
-                    if (reply_) {
-                        s->write(reply_(piece));
-                    }
-                });
-                connect(s, &QTcpSocket::disconnected, this, [this] { ++closes; });
-            }
-        });
-    }
-    int port() const { return server_.serverPort(); }
-    std::vector<QTcpSocket*> links;
-    std::vector<QByteArray> received;
-    int closes = 0;
-
-private:
-    QTcpServer server_;
-    std::function<QByteArray(const QByteArray&)> reply_;
-};
-
-// The form on the Qt platform, its destination the device.
-struct Loopback : MixedForm {
-    explicit Loopback(const Device& device) { pointAtLoopback(p, device.port()); }
-    bool waitFor(const std::function<bool()>& cond, int limitMs = 5000) {
-        return pumpUntil(mixed.pump, cond, limitMs);
-    }
-    QStringList rows() const { return p.List1.rows(); }
-};
-
-TEST(LoopbackExchange, SendsAsciiAndHexToAnEchoingDeviceAndLogsEveryLineByteForByte) {
-    Device device([](const QByteArray& piece) { return piece; });
-    Loopback f(device);
-    f.op.click(f.p.Opt_List_File);
-    f.op.click(f.p.opt_Receive_Only); // the device echoes; the simulator only records
-    const char* payloads[] = {"HELLO", "410A00FF"};
-    for (int round = 1; round <= 2; ++round) {
-        if (round == 2) {
-            f.op.click(f.p.opt_HexA);
-        }
-        f.op.click(f.p.Cmd_Start);
-        ASSERT_EQ(f.p.Client_Socket.state(), socket_state::kConnected);
-        f.keys.type(f.p.txt_Data_Input, QString::fromLatin1(payloads[round - 1]));
-        f.op.click(f.p.Cmd_Send);
-        ASSERT_TRUE(f.waitFor([&] { return f.rows().filter(QStringLiteral("Recv")).size() == round; }));
-        f.op.click(f.p.cmd_End);
-        ASSERT_TRUE(f.waitFor([&] { return device.closes == round; })) << "the device sees the link end";
-    }
-    EXPECT_EQ(device.received, (std::vector<QByteArray>{"HELLO", QByteArray::fromHex("410A00FF")}));
-
-    const QStringList rows = f.rows();
-    // The stamps are the system's time of day: the rows are compared without them.
-    QStringList unstamped = rows;
-    unstamped.replaceInStrings(QRegularExpression(QStringLiteral("^\\[\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\]")),
-                               QStringLiteral("[stamp]"));
-    EXPECT_EQ(unstamped,
-              (QStringList{"[stamp] : Connection Success", "[stamp] : Send [5 byte] :  HELLO", " ",
-                           "[stamp] : Recv [5 byte] :  HELLO", " ", "[stamp] : Client Disconnected",
-                           "[stamp] : Connection Success", "[stamp] : Send [4 byte] :  41 A 00 FF", "",
-                           "[stamp] : Recv [4 byte] :  41 A 00 FF", "", "[stamp] : Client Disconnected"}));
-    // The files hold Connection Success and the records' heads with the list's stamps, an ASCII text
-    // behind a single blank.
-    const auto line = [&](int row, const char* rest) {
-        return rows[row].left(14).toLatin1() + rest + "\r\n";
-    };
-    const QByteArray expected = line(0, " : Connection Success") + line(1, " : Send [5 byte] : HELLO") +
-                                line(3, " : Recv [5 byte] : HELLO") + line(6, " : Connection Success") +
-                                line(7, " : Send [4 byte] :  41 A 00 FF") +
-                                line(9, " : Recv [4 byte] :  41 A 00 FF");
-    f.mixed.files.flush(); // the lines reach the files on a thread of their own
-    EXPECT_EQ(fileBytes(f.p.txt_Logfile.text()), expected);
-    EXPECT_EQ(fileBytes(f.mixed.folders.workingFolder() + QStringLiteral("/log/STAT_") +
-                        QDate::currentDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log")),
-              expected);
-}
 
 TEST(LoopbackListen, ServesAClientThatLeavesAndComesBackAtOnce) {
     MixedForm f;
@@ -156,14 +68,18 @@ TEST(LoopbackListen, ServesAClientThatLeavesAndComesBackAtOnce) {
 }
 
 TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSendFailsMeanwhile) {
-    Device device;
-    Loopback f(device);
+    QTcpServer device;
+    device.listen(QHostAddress::LocalHost, 0);
+    MixedForm f;
+    pointAtLoopback(f.p, device.serverPort());
+    const auto waitFor = [&](const std::function<bool()>& cond) {
+        return pumpUntil(f.mixed.pump, cond, 20000);
+    };
     f.op.click(f.p.opt_None); // the flood is echoed unrecorded; the operator's send is recorded
     f.op.click(f.p.Cmd_Start);
-    ASSERT_TRUE(f.waitFor([&] { return device.links.size() == 1; }));
+    ASSERT_TRUE(waitFor([&] { return device.hasPendingConnections(); }));
     // The device pours more than every buffer on the way can hold, and reads nothing meanwhile.
-    QTcpSocket& link = *device.links[0];
-    QObject::disconnect(&link, &QTcpSocket::readyRead, &device, nullptr);
+    QTcpSocket& link = *device.nextPendingConnection();
     link.setReadBufferSize(4096); // Qt takes no more than this from the system while not reading
     QByteArray pour(qsizetype{48} << 20, Qt::Uninitialized);
     std::mt19937 random(7);
@@ -182,26 +98,26 @@ TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSe
         quietSpells = moved ? 0 : quietSpells + 1;
     });
     spell.start(300);
-    ASSERT_TRUE(f.waitFor([&] { return quietSpells == 2; }, 20000));
+    ASSERT_TRUE(waitFor([&] { return quietSpells == 2; }));
     spell.stop();
     EXPECT_GT(left, 0) << "the simulator stopped reading";
     f.op.click(f.p.opt_List); // the level stays live during a link
     f.keys.type(f.p.txt_Data_Input, QStringLiteral("PING"));
     f.op.click(f.p.Cmd_Send);
-    EXPECT_TRUE(f.rows().last().endsWith(QStringLiteral("] : Send Fail")));
+    EXPECT_TRUE(f.p.List1.rows().last().endsWith(QStringLiteral("] : Send Fail")));
     f.op.click(f.p.opt_None);
 
     QByteArray got;
     QObject::connect(&link, &QTcpSocket::readyRead, [&] { got += link.readAll(); });
     link.setReadBufferSize(0);
     got += link.readAll();
-    ASSERT_TRUE(f.waitFor([&] { return got.size() >= pour.size(); }, 20000));
+    ASSERT_TRUE(waitFor([&] { return got.size() >= pour.size(); }));
     EXPECT_TRUE(got == pour) << "every byte echoed, in order, and no PING among them";
     f.op.click(f.p.opt_List);
     f.op.click(f.p.Cmd_Send); // room again once the device has read
-    ASSERT_TRUE(f.waitFor([&] { return got.size() == pour.size() + 4; }));
+    ASSERT_TRUE(waitFor([&] { return got.size() == pour.size() + 4; }));
     EXPECT_TRUE(got.endsWith("PING"));
-    EXPECT_TRUE(f.rows()
+    EXPECT_TRUE(f.p.List1.rows()
                     .filter(QStringLiteral("] : Send "))
                     .last()
                     .endsWith(QStringLiteral("] : Send [4 byte] :  PING")));

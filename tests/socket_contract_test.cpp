@@ -44,7 +44,7 @@ struct SimHarness {
 class QtPeer {
 public:
     explicit QtPeer(QTcpSocket* socket) : socket_(socket) {
-        QObject::connect(socket_, &QTcpSocket::readyRead, [this] {
+        QObject::connect(socket_.get(), &QTcpSocket::readyRead, [this] {
             if (reading_) {
                 take();
             }
@@ -61,6 +61,7 @@ public:
         socket_->abort();
     }
     const Bytes& received() const { return received_; }
+    bool open() const { return socket_->state() == QAbstractSocket::ConnectedState; }
     // Qt stops taking bytes from the system once its small buffer is full.
     void stopReading() {
         reading_ = false;
@@ -77,7 +78,7 @@ private:
         const QByteArray b = socket_->readAll();
         received_.insert(received_.end(), b.begin(), b.end());
     }
-    QTcpSocket* socket_;
+    std::unique_ptr<QTcpSocket> socket_; // its connection goes with the peer
     Bytes received_;
     bool reading_ = true;
 };
@@ -168,8 +169,8 @@ struct HarnessNames {
 TYPED_TEST_SUITE(SocketContract, Harnesses, HarnessNames);
 
 // Arrivals of at most 32,767 bytes with nothing lost, the peer's close only after its last bytes, no
-// second dial on a live link but a fresh one once the peer has closed.
-TYPED_TEST(SocketContract, ALinkCarriesBytesBothWaysUntilThePeerClosesAndThenDialsAfresh) {
+// second dial on a live link but a fresh one once the peer has closed, and a Close the peer sees.
+TYPED_TEST(SocketContract, ALinkCarriesBytesBothWaysUntilThePeerClosesThenDialsAfreshAndCloses) {
     auto first = this->connected();
     ASSERT_NE(first, nullptr);
     this->socket->sendData(bytesOf("HELLO"));
@@ -199,6 +200,8 @@ TYPED_TEST(SocketContract, ALinkCarriesBytesBothWaysUntilThePeerClosesAndThenDia
     ASSERT_TRUE(this->h.waitFor([&] { return second->received().size() == 5; }));
     EXPECT_EQ(second->received(), bytesOf("again"));
     EXPECT_EQ(first->received(), bytesOf("HELLO"));
+    this->socket->close();
+    ASSERT_TRUE(this->h.waitFor([&] { return !second->open(); })) << "the peer sees the link end";
     EXPECT_EQ(this->closes, 1);
     EXPECT_TRUE(this->errors.empty());
 }
