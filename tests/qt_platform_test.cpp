@@ -1,15 +1,12 @@
-// The services of the Qt platform below the form: the event gate, timers, the clock, the settings store,
-// the folders, the machine's address, the dialogs of a run without a window and the stop signals.
+// The services of the Qt platform below the form: timers, the clock, the settings store, the folders, the
+// machine's address, the dialogs of a run without a window and the stop signals.
 
 #include "app/stop_signals.h"
 #include "mixed_platform.h"
 
-#include <QApplication>
-#include <QMessageBox>
+#include <QCoreApplication>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -23,56 +20,6 @@
 
 namespace sim::test {
 namespace {
-
-TEST(QtPlatform, AMessageBoxHoldsSocketEventsAndMergesTimerTicksUntilItCloses) {
-    qt::QtPlatform platform;
-    QTcpServer device;
-    ASSERT_TRUE(device.listen(QHostAddress::LocalHost, 0));
-    auto socket = platform.network.createSocket(QStringLiteral("Client_Socket"));
-    socket->setRemoteHost(QStringLiteral("127.0.0.1"));
-    socket->setRemotePort(device.serverPort());
-    socket->connect();
-    ASSERT_TRUE(pumpUntil(platform.pump, [&] {
-        return socket->state() == socket_state::kConnected && device.hasPendingConnections();
-    }));
-    QTcpSocket* peer = device.nextPendingConnection();
-
-    QElapsedTimer clock;
-    clock.start();
-    std::vector<qint64> arrivals;
-    std::vector<qint64> ticks;
-    socket->events.dataArrival = [&](std::int32_t) {
-        Bytes b;
-        socket->getData(b);
-        arrivals.push_back(clock.elapsed());
-    };
-    auto timer = platform.timers.createTimer([&] { ticks.push_back(clock.elapsed()); });
-    timer->start(70);
-
-    qint64 closedAt = -1;
-    QTimer::singleShot(50, [peer] { peer->write("late"); });
-    QTimer::singleShot(400, [&] {
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) {
-                closedAt = clock.elapsed();
-                box->accept();
-            }
-        }
-    });
-    platform.dialogs.messageBox(QStringLiteral("E........"), msg_style::kCritical, QStringLiteral("Error"));
-    const qint64 returnedAt = clock.elapsed();
-    EXPECT_TRUE(arrivals.empty()) << "no handler runs while the box is open";
-    EXPECT_TRUE(ticks.empty());
-
-    ASSERT_TRUE(pumpUntil(platform.pump, [&] { return !arrivals.empty() && ticks.size() >= 2; }));
-    timer->stop();
-    EXPECT_GE(closedAt, 400);
-    EXPECT_GE(arrivals.front(), returnedAt);
-    // The ticks of the 400 ms merged into one that comes at once, and the timer counts its next
-    // interval from there instead of keeping the phase it had (that tick would have come at 420).
-    EXPECT_LT(ticks.front() - returnedAt, 25);
-    EXPECT_GE(ticks.at(1) - ticks.front(), 65);
-}
 
 TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWasStarted) {
     qt::QtPlatform platform;

@@ -19,6 +19,8 @@
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QScreen>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
 #include <qpa/qwindowsysteminterface.h>
 
@@ -413,24 +415,54 @@ struct RealDialogs : Window {
     }
 };
 
-TEST_F(RealDialogs, TheMessageOfALeavingTestIsModalAndTheFocusComesBackToTheEmptiedBox) {
+// While the message box of a leaving test is open the form takes no click, no socket event and no tick.
+// Once it closes the event comes, the ticks of the 400 ms come as one at once, the timer counts its next
+// interval from there, and the focus is back in the emptied box.
+TEST_F(RealDialogs, TheMessageOfALeavingTestHoldsTheFormUntilItClosesAndTheFocusComesBack) {
+    QTcpServer device;
+    ASSERT_TRUE(device.listen(QHostAddress::LocalHost, 0));
+    auto socket = mixed.network.createSocket(QStringLiteral("Client_Socket"));
+    socket->setRemoteHost(QStringLiteral("127.0.0.1"));
+    socket->setRemotePort(device.serverPort());
+    socket->connect();
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] {
+        return socket->state() == socket_state::kConnected && device.hasPendingConnections();
+    }));
+    QTcpSocket* peer = device.nextPendingConnection();
+    QElapsedTimer clock;
+    std::vector<qint64> arrivals;
+    std::vector<qint64> ticks;
+    socket->events.dataArrival = [&](std::int32_t) {
+        Bytes b;
+        socket->getData(b);
+        arrivals.push_back(clock.elapsed());
+    };
+    auto timer = mixed.timers.createTimer([&] { ticks.push_back(clock.elapsed()); });
     p->List1.addItem(QStringLiteral("row"));
     click(box(3));
-    whenBoxShows([this](QMessageBox& box) {
+    whenBoxShows([&](QMessageBox& box) {
         EXPECT_EQ(box.text(), QStringLiteral(" Please Check your IP Address Format"));
         EXPECT_EQ(box.windowTitle(), QStringLiteral("IP Address Error"));
-        // While it is open the panel takes no click.
         click(p->cmd_Log);
         EXPECT_EQ(p->List1.listCount(), 1);
-        QTest::keyClick(&box, Qt::Key_Return);
+        clock.start();
+        timer->start(70);
+        peer->write("late");
+        QTimer::singleShot(400, &box, [&box] { QTest::keyClick(&box, Qt::Key_Return); });
     });
     type(QStringLiteral("300")); // the third digit's release moves on; leaving box 3 fails its test
-    // The window asked to be active again when the box closed; the platform answers in its loop.
-    QCoreApplication::processEvents();
+    const qint64 closedAt = clock.elapsed();
     EXPECT_EQ(boxesShown, 1);
+    EXPECT_GE(closedAt, 400);
+    EXPECT_TRUE(arrivals.empty());
+    EXPECT_TRUE(ticks.empty());
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return !arrivals.empty() && ticks.size() >= 2; }));
+    timer->stop();
+    EXPECT_LT(ticks.front() - closedAt, 25);
+    EXPECT_GE(ticks.at(1) - ticks.front(), 65) << "not the phase it had, which would tick at 420";
     EXPECT_EQ(box(3).text(), QString());
     EXPECT_EQ(p->focused(), &box(3)) << "the focus the message box took was no LostFocus";
-    EXPECT_EQ(focus(), widget(box(3)));
+    ASSERT_EQ(focus(), widget(box(3)));
     type(QStringLiteral("42"));
     EXPECT_EQ(mixed.settings.values[kAddressKey], QStringLiteral("100.100.100.42."));
 }
