@@ -88,20 +88,6 @@ struct Window : ::testing::Test {
             box(i).setText(QString::fromLatin1(octets.at(static_cast<std::size_t>(i))));
         }
     }
-    // What the window shows agrees with the model, and the store holds what the boxes show.
-    void expectShownAndSaved() {
-        for (const Control* c : p->controls()) {
-            if (c->kind() == Kind::TextBox) {
-                EXPECT_EQ(edit(*c)->text(), static_cast<const TextBox*>(c)->text())
-                    << c->name().toStdString();
-            } else if (c->kind() == Kind::ComboBox) {
-                EXPECT_EQ(qobject_cast<QComboBox*>(widget(*c))->currentText(),
-                          static_cast<const ComboBox*>(c)->text())
-                    << c->name().toStdString();
-            }
-        }
-        EXPECT_EQ(mixed.settings.values[kAddressKey], boxes().join(u'.') + u'.');
-    }
 };
 
 TEST_F(Window, OpensCentredAndShowsEveryControlWhereAndAsTheModelHasIt) {
@@ -201,7 +187,6 @@ TEST_F(Window, ThreeHundredIsRefusedOnceAndAnAddressTypedIntoTheBoxesFillsThem) 
     EXPECT_EQ(focus(), widget(box(3)));
     EXPECT_EQ(p->focused(), &box(3));
     EXPECT_EQ(mixed.dialogs.shown.size(), 1U);
-    expectShownAndSaved();
 }
 
 TEST_F(Window, TabFollowsTheTabPositionsAndAFullBoxPassesTheFocusOnAtEachRelease) {
@@ -253,7 +238,6 @@ TEST_F(Window, BackspaceFirstTakesTheSelectionAndInZeroBoxesWalksBackTwoBoxesInO
     EXPECT_EQ(boxes(), (QStringList{"10", "0", "", ""}));
     EXPECT_EQ(focus(), widget(box(0)));
     EXPECT_EQ(edit(box(0))->selectedText(), QStringLiteral("10"));
-    expectShownAndSaved();
 }
 
 // Opens the box's context menu and chooses Paste, as the operator would with the mouse.
@@ -311,7 +295,6 @@ TEST_F(Window, PastesByKeyOrDropAreAllowedWhereCtrlVIsAndTheMenusPasteAlways) {
     click(p->txt_Data_Input);
     pasteEveryOtherWay(edit(p->txt_Data_Input), QStringLiteral("41"));
     EXPECT_EQ(p->txt_Data_Input.text(), QString());
-    expectShownAndSaved();
 }
 
 TEST_F(Window, ALongTextArrivesWholeAndEditsPastSixteenBitsWork) {
