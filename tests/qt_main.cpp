@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 // Tests of the Qt platform run without a display and without the operator's settings or folders.
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");

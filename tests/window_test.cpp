@@ -99,11 +99,8 @@ TEST_F(Window, OpensCentredAndShowsEveryControlWhereAndAsTheModelHasIt) {
     EXPECT_EQ(view::PanelView::centredOn(QRect(0, 30, 800, 600), QSize(731, 724)), QPoint(34, 30));
 
     // Every control but the timers, sockets and the dialog has a widget, at its place in its holder.
-    int placed = 0;
-    for (const Control* c : p->controls()) {
-        placed += widget(*c) != nullptr ? 1 : 0;
-    }
-    EXPECT_EQ(placed, 84);
+    EXPECT_EQ(
+        std::ranges::count_if(p->controls(), [this](const Control* c) { return widget(*c) != nullptr; }), 84);
     const std::pair<const Control*, QRect> places[] = {
         {&p->fraBack, QRect(2, -6, 727, 363)},    {&p->List1, QRect(3, 366, 724, 308)},
         {&box(0), QRect(156, 15, 31, 19)},        {&p->com_Count, QRect(142, 36, 89, 23)},
