@@ -7,6 +7,7 @@
 // Tests of the Qt platform run without a display and without the operator's settings or folders.
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("TZ", "TEST-9"); // nine hours ahead of UTC, so that local time cannot pass for UTC
     QTemporaryDir home;
     QDir(home.path()).mkpath(QStringLiteral("runtime"));
     QFile::setPermissions(home.path() + QStringLiteral("/runtime"),
