@@ -16,8 +16,7 @@ int main(int argc, char** argv) {
     qputenv("XDG_CONFIG_HOME", (home.path() + QStringLiteral("/config")).toLocal8Bit());
     qputenv("XDG_DATA_HOME", (home.path() + QStringLiteral("/data")).toLocal8Bit());
     QApplication app(argc, argv);
-    // Tests close windows and go on: a window closed must end a loop only through the program's own quit,
-    // and leave no quit behind for the next test's dialog loop.
+    // A closed window ends a loop only through the program's own quit, leaving none for the next test.
     QApplication::setQuitOnLastWindowClosed(false);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
