@@ -1,6 +1,5 @@
 #pragma once
 
-#include "app/frm_simulator.h"
 #include "platform/qt/qt_platform.h"
 #include "support/sim_form.h"
 

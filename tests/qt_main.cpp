@@ -4,11 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 // Tests of the Qt platform run without a display and without the operator's settings or folders.
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("TZ", "TEST-9"); // nine hours ahead of UTC, so that local time cannot pass for UTC
     QTemporaryDir home;
     QDir(home.path()).mkpath(QStringLiteral("runtime"));
     QFile::setPermissions(home.path() + QStringLiteral("/runtime"),
@@ -17,6 +16,8 @@ int main(int argc, char** argv) {
     qputenv("XDG_CONFIG_HOME", (home.path() + QStringLiteral("/config")).toLocal8Bit());
     qputenv("XDG_DATA_HOME", (home.path() + QStringLiteral("/data")).toLocal8Bit());
     QApplication app(argc, argv);
+    // A closed window ends a loop only through the program's own quit, leaving none for the next test.
+    QApplication::setQuitOnLastWindowClosed(false);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

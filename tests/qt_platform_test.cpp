@@ -1,73 +1,27 @@
-#include "mixed_platform.h"
-#include "view/panel_view.h"
+// The services of the Qt platform below the form: timers, the sockets' bound, the settings store, the
+// machine's address, the clock, the folders, the dialogs of a run without a window and the stop signals.
 
-#include <QApplication>
-#include <QElapsedTimer>
-#include <QMessageBox>
+#include "app/stop_signals.h"
+#include "mixed_platform.h"
+
+#include <QCoreApplication>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTimer>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <random>
+#include <set>
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+
 namespace sim::test {
 namespace {
-
-// Closes the message box that is open once `afterMs` have passed.
-void answerMessageBoxAfter(int afterMs, QElapsedTimer& clock, qint64& closedAt) {
-    QTimer::singleShot(afterMs, [&clock, &closedAt] {
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) {
-                closedAt = clock.elapsed();
-                box->accept();
-            }
-        }
-    });
-}
-
-TEST(QtPlatform, AMessageBoxHoldsSocketEventsAndMergesTimerTicksUntilItCloses) {
-    qt::QtPlatform platform;
-    QTcpServer device;
-    ASSERT_TRUE(device.listen(QHostAddress::LocalHost, 0));
-    auto socket = platform.network.createSocket(QStringLiteral("Client_Socket"));
-    socket->setRemoteHost(QStringLiteral("127.0.0.1"));
-    socket->setRemotePort(device.serverPort());
-    socket->connect();
-    ASSERT_TRUE(pumpUntil(platform.pump, [&] {
-        return socket->state() == socket_state::kConnected && device.hasPendingConnections();
-    }));
-    QTcpSocket* peer = device.nextPendingConnection();
-
-    QElapsedTimer clock;
-    clock.start();
-    std::vector<qint64> arrivals;
-    std::vector<qint64> ticks;
-    socket->events.dataArrival = [&](std::int32_t) {
-        Bytes b;
-        socket->getData(b);
-        arrivals.push_back(clock.elapsed());
-    };
-    auto timer = platform.timers.createTimer([&] { ticks.push_back(clock.elapsed()); });
-    timer->start(70);
-
-    qint64 closedAt = -1;
-    QTimer::singleShot(50, [peer] { peer->write("late"); });
-    answerMessageBoxAfter(400, clock, closedAt);
-    platform.dialogs.messageBox(QStringLiteral("E........"), msg_style::kCritical, QStringLiteral("Error"));
-    const qint64 returnedAt = clock.elapsed();
-    EXPECT_TRUE(arrivals.empty()) << "no handler runs while the box is open";
-    EXPECT_TRUE(ticks.empty());
-
-    ASSERT_TRUE(pumpUntil(platform.pump, [&] { return !arrivals.empty() && ticks.size() >= 2; }));
-    timer->stop();
-    EXPECT_GE(closedAt, 400);
-    EXPECT_GE(arrivals.front(), returnedAt);
-    // The ticks of the 400 ms merged into one that comes at once, and the timer counts its next
-    // interval from there instead of keeping the phase it had (that tick would have come at 420).
-    EXPECT_LT(ticks.front() - returnedAt, 25);
-    EXPECT_GE(ticks.at(1) - ticks.front(), 65);
-}
 
 TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWasStarted) {
     qt::QtPlatform platform;
@@ -81,50 +35,72 @@ TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWas
             timer->stop(); // armed and stopped in one handler: nothing more comes
         }
     });
+    QElapsedTimer clock;
+    clock.start();
     timer->start(1);
     ASSERT_TRUE(pumpUntil(platform.pump, [&] { return ticks == 5; }));
-    bool later = false;
-    QTimer::singleShot(60, [&] { later = true; });
-    ASSERT_TRUE(pumpUntil(platform.pump, [&] { return later; }));
+    EXPECT_GE(clock.elapsed(), 1 + 5 + 10 + 15 + 20) << "each restart waited its own interval";
+    pumpUntil(
+        platform.pump, [] { return false; }, 60); // long enough for two more ticks
     EXPECT_EQ(ticks, 5);
 }
 
-TEST(QtPlatform, ClosingTheWindowEndsALoopThatPumpsAndClosesBothSockets) {
-    MixedForm f;
+// A device on 127.0.0.1 that pours without reading: the form's socket stops reading once it holds 4 MiB
+// unsent, so TCP slows the device instead of the simulator's memory growing, and nothing is lost.
+TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSendFailsMeanwhile) {
     QTcpServer device;
-    ASSERT_TRUE(device.listen(QHostAddress::LocalHost, 0));
-    f.p.Client_Socket.setRemoteHost(QStringLiteral("127.0.0.1"));
-    f.p.Client_Socket.setRemotePort(device.serverPort());
-    f.p.Client_Socket.connect();
-    f.p.Server_Socket.setLocalPort(0);
-    f.p.Server_Socket.listen();
-
-    view::PanelView view(f.p, f.op);
-    view.show();
-    int passes = 0;
-    bool loopEnded = true;
-    // A handler that pumps until the window is closed, as the listening loop does.
-    f.p.Cmd_Start.Click = [&] {
-        loopEnded = false;
-        for (;;) {
-            f.mixed.pump.pump();
-            ++passes;
-        }
+    device.listen(QHostAddress::LocalHost, 0);
+    MixedForm f;
+    pointAtLoopback(f.p, device.serverPort());
+    const auto waitFor = [&](const std::function<bool()>& cond) {
+        return pumpUntil(f.mixed.pump, cond, 20000);
     };
-    QTimer::singleShot(0, [&] { f.op.click(f.p.Cmd_Start); });
-    QTimer::singleShot(300, [&] { view.close(); });
-    QTimer guard;
-    guard.start(50);
-    QElapsedTimer clock;
-    clock.start();
-    const int rc = QApplication::exec();
-    EXPECT_EQ(rc, 0);
-    EXPECT_LT(clock.elapsed(), 3000);
-    EXPECT_FALSE(loopEnded) << "the loop never returned normally: it was unwound";
-    EXPECT_GT(passes, 0);
-    EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kClosed);
-    EXPECT_EQ(f.p.Server_Socket.state(), socket_state::kClosed);
-    EXPECT_TRUE(f.mixed.pump.quitRequested());
+    f.op.click(f.p.opt_None); // the flood is echoed unrecorded; the operator's send is recorded
+    f.op.click(f.p.Cmd_Start);
+    ASSERT_TRUE(waitFor([&] { return device.hasPendingConnections(); }));
+    // The device pours more than every buffer on the way can hold, and reads nothing meanwhile.
+    QTcpSocket& link = *device.nextPendingConnection();
+    link.setReadBufferSize(4096); // Qt takes no more than this from the system while not reading
+    QByteArray pour(qsizetype{48} << 20, Qt::Uninitialized);
+    std::mt19937 random(7);
+    for (char& b : pour) {
+        b = static_cast<char>(random());
+    }
+    link.write(pour);
+    // The pour has stalled once the system took none of it for two spells in a row, so that a moment the
+    // test process was not scheduled is no stall.
+    int quietSpells = 0;
+    qint64 left = -1;
+    QTimer spell;
+    QObject::connect(&spell, &QTimer::timeout, [&] {
+        const bool moved = link.flush() || link.bytesToWrite() != left;
+        left = link.bytesToWrite();
+        quietSpells = moved ? 0 : quietSpells + 1;
+    });
+    spell.start(300);
+    ASSERT_TRUE(waitFor([&] { return quietSpells == 2; }));
+    spell.stop();
+    EXPECT_GT(left, 0) << "the simulator stopped reading";
+    f.op.click(f.p.opt_List); // the level stays live during a link
+    f.keys.type(f.p.txt_Data_Input, QStringLiteral("PING"));
+    f.op.click(f.p.Cmd_Send);
+    EXPECT_TRUE(f.p.List1.rows().last().endsWith(QStringLiteral("] : Send Fail")));
+    f.op.click(f.p.opt_None);
+
+    QByteArray got;
+    QObject::connect(&link, &QTcpSocket::readyRead, [&] { got += link.readAll(); });
+    link.setReadBufferSize(0);
+    got += link.readAll();
+    ASSERT_TRUE(waitFor([&] { return got.size() >= pour.size(); }));
+    EXPECT_TRUE(got == pour) << "every byte echoed, in order, and no PING among them";
+    f.op.click(f.p.opt_List);
+    f.op.click(f.p.Cmd_Send); // room again once the device has read
+    ASSERT_TRUE(waitFor([&] { return got.size() == pour.size() + 4; }));
+    EXPECT_TRUE(got.endsWith("PING"));
+    EXPECT_TRUE(f.p.List1.rows()
+                    .filter(QStringLiteral("] : Send "))
+                    .last()
+                    .endsWith(QStringLiteral("] : Send [4 byte] :  PING")));
 }
 
 TEST(QtPlatform, SettingsReachTheStoreAtOnce) {
@@ -140,9 +116,121 @@ TEST(QtPlatform, SettingsReachTheStoreAtOnce) {
               QStringLiteral("d"));
 }
 
-TEST(QtPlatform, TheLocalAddressComesFromTheInterfaces) {
-    const QString address = qt::localAddress();
-    EXPECT_EQ(address.split(QLatin1Char('.')).size(), 4);
+// The machine's address is one of the IPv4 addresses of its interfaces other than loopback, as the
+// system lists them, or 127.0.0.1 on a machine that has none.
+TEST(QtPlatform, TheSimulatorsAddressIsOneOfTheMachinesOwn) {
+    std::set<QString> own;
+    ifaddrs* list = nullptr;
+    ASSERT_EQ(getifaddrs(&list), 0);
+    for (const ifaddrs* i = list; i != nullptr; i = i->ifa_next) {
+        if (i->ifa_addr != nullptr && i->ifa_addr->sa_family == AF_INET) {
+            const in_addr address = reinterpret_cast<const sockaddr_in*>(i->ifa_addr)->sin_addr;
+            if (ntohl(address.s_addr) >> 24 != 127) {
+                own.insert(QString::fromLatin1(inet_ntoa(address)));
+            }
+        }
+    }
+    freeifaddrs(list);
+    MixedForm f;
+    const QString shown = f.p.txt_Simulator_IP.text();
+    if (own.empty()) {
+        EXPECT_EQ(shown, QStringLiteral("127.0.0.1"));
+    } else {
+        EXPECT_TRUE(own.contains(shown)) << shown.toStdString() << " is none of the machine's addresses";
+    }
+}
+
+TEST(QtPlatform, TheClockTellsTheLocalDateAndTimeOfTheSystemToTheSecond) {
+    ASSERT_EQ(QDateTime::currentDateTime().offsetFromUtc(), 9 * 3600) << "the zone the test main sets";
+    const qt::QtClock clock;
+    const QDateTime before = QDateTime::currentDateTime().addMSecs(-1000);
+    const QDateTime told(clock.localDate(), clock.localTime());
+    const QDateTime after = QDateTime::currentDateTime();
+    EXPECT_LE(before, told);
+    EXPECT_LE(told, after);
+    EXPECT_EQ(told.time().msec(), 0) << "whole seconds";
+    const int ms = clock.systemMilliseconds();
+    EXPECT_TRUE(ms >= 0 && ms <= 999) << ms;
+}
+
+// Where a program lying in one folder and started in another keeps its files: in those folders, unless
+// it is installed, cannot write there, or was started in the home folder (from the menu).
+TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
+    const QString appId = QStringLiteral("example.tarnix.TrafficSimulator");
+    QTemporaryDir root;
+    const auto path = [&](const char* relative) { return root.path() + u'/' + QLatin1String(relative); };
+    for (const char* folder : {"build/src", "usr/bin", "usr/share/applications", "local/bin",
+                               "local/share/applications", "home/project"}) {
+        QDir().mkpath(path(folder));
+    }
+    // Its own desktop entry makes a program an installed one; another program's does not.
+    ASSERT_TRUE(QFile(path("usr/share/applications/") + appId + QStringLiteral(".desktop"))
+                    .open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QFile(path("local/share/applications/org.other.Tool.desktop")).open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QFile::link(path("home"), path("home-link")));
+    struct Case {
+        const char* executable;
+        const char* current;
+        const char* program;
+        const char* working;
+    };
+    const Case cases[] = {
+        {"build/src", "build/src", "build/src", "build/src"}, // a build tree or an unpacked archive
+        {"usr/bin", "home/project", "data", "home/project"},  // installed; a folder under home was chosen
+        {"local/bin", "home", "local/bin", "data"},           // started from the menu
+        {"missing/bin", "home/", "data", "data"},             // a folder it cannot write to
+        {"build/src", "home-link", "build/src", "data"},      // the home folder by another name
+        {"build/src", "missing", "build/src", "data"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.executable) + " " + c.current);
+        const qt::FolderPlaces places{path(c.executable), path(c.current), path("home"), path("data"), appId};
+        EXPECT_EQ(qt::programFolderOf(places), path(c.program));
+        EXPECT_EQ(qt::workingFolderOf(places), path(c.working));
+    }
+    // Started in the real home folder, the platform makes the data folder and gives it.
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(QDir::homePath()));
+    const QString working = qt::QtFolders().workingFolder();
+    QDir::setCurrent(before);
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+    EXPECT_EQ(working, QDir::toNativeSeparators(data));
+    EXPECT_TRUE(QDir(data).exists());
+    EXPECT_EQ(qt::QtFolders().workingFolder(), QDir::toNativeSeparators(before));
+}
+
+TEST(RunWithoutAWindow, AMessageBoxIsAnsweredAtOnceAndPrintedAndTheStopSignalsReachTheLoop) {
+    const QString name = QCoreApplication::applicationName();
+    QCoreApplication::setApplicationName(QStringLiteral("Simulator"));
+    qt::EventGate gate;
+    qt::HeadlessDialogs dialogs(gate);
+    bool ran = false;
+    gate.post([&] { ran = true; });
+    ::testing::internal::CaptureStderr();
+    dialogs.messageBox(QStringLiteral("Input Port No"), msg_style::kCritical, QStringLiteral("Error"));
+    dialogs.messageBox(QStringLiteral("IP Address Value Cross Limit"), msg_style::kPlain, std::nullopt);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "Error: Input Port No\nSimulator: IP Address Value Cross Limit\n");
+    EXPECT_EQ(dialogs.showSave({}), std::nullopt) << "the Save dialog is cancelled";
+    EXPECT_FALSE(ran) << "no event of the form ran while a box was open";
+    EXPECT_FALSE(gate.modal());
+    QCoreApplication::setApplicationName(name);
+
+    // SIGINT and SIGTERM reach the loop as events, and the old handling comes back afterwards.
+    struct sigaction before {};
+    sigaction(SIGTERM, nullptr, &before);
+    {
+        int stops = 0;
+        const StopSignals stop([&] { ++stops; });
+        qt::QtEventPump pump(gate);
+        std::raise(SIGTERM);
+        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 1; }));
+        std::raise(SIGINT);
+        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 2; }));
+    }
+    struct sigaction after {};
+    sigaction(SIGTERM, nullptr, &after);
+    EXPECT_EQ(after.sa_handler, before.sa_handler);
 }
 
 } // namespace

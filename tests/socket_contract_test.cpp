@@ -1,13 +1,9 @@
 // One contract, two sockets: the simulated one the scenario tests use and the real one over loopback.
 
-#include "platform/qt/qt_event_loop.h"
-#include "platform/qt/qt_network.h"
-#include "support/sim_platform.h"
+#include "mixed_platform.h"
 
-#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -16,110 +12,62 @@
 namespace sim::test {
 namespace {
 
-// The device's end of a link.
-class Peer {
-public:
-    virtual ~Peer() = default;
-    virtual void send(const Bytes& bytes) = 0;
-    virtual void close() = 0;
-    virtual void reset() = 0;
-    virtual const Bytes& received() = 0;
-    // A peer whose receive path is stuck, and its recovery.
-    virtual void stopReading() = 0;
-    virtual void startReading() = 0;
-};
+// The simulated network; the device's end of a link is its DeviceLink.
+struct SimHarness {
+    static constexpr const char* kName = "Simulated";
+    Scheduler scheduler;
+    SimNetwork network{scheduler};
+    std::shared_ptr<DeviceLink> accepted;
 
-Bytes pattern(std::size_t size, unsigned seed) {
-    Bytes bytes(size);
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<std::uint8_t>((i * 7 + i / 256 + seed) % 251);
-    }
-    return bytes;
-}
-
-// ---- simulated ----
-
-class SimPeer : public Peer {
-public:
-    explicit SimPeer(std::shared_ptr<DeviceLink> link) : link_(std::move(link)) {}
-    void send(const Bytes& bytes) override { link_->send(bytes); }
-    void close() override { link_->close(); }
-    void reset() override { link_->reset(); }
-    const Bytes& received() override { return link_->received(); }
-    void stopReading() override { link_->stopReading(); }
-    void startReading() override { link_->startReading(); }
-
-private:
-    std::shared_ptr<DeviceLink> link_;
-};
-
-class SimHarness {
-public:
-    static constexpr bool kReal = false;
-    Network& network() { return sim_.network; }
+    // Runs everything a minute of virtual time brings, then looks.
     template <class Cond> bool waitFor(Cond cond) {
-        sim_.scheduler.setHorizon(sim_.scheduler.now() + 60'000);
-        try {
-            while (!cond()) {
-                sim_.scheduler.pump();
-            }
-        } catch (const StuckPump&) {
-            return false;
-        }
-        return true;
+        scheduler.runFor(60'000);
+        return cond();
     }
     int deviceListens() {
-        sim_.network.deviceListens(QStringLiteral("127.0.0.1"), 4100);
+        network.deviceListens(QStringLiteral("127.0.0.1"), 4100);
         return 4100;
     }
     int deadPort() { return 4101; }
     // The next link the device accepts.
-    std::shared_ptr<Peer> acceptedPeer() {
-        if (!waitFor([this] { return sim_.network.lastLink() != accepted_; })) {
+    std::shared_ptr<DeviceLink> acceptedPeer() {
+        if (!waitFor([this] { return network.lastLink() != accepted; })) {
             return nullptr;
         }
-        accepted_ = sim_.network.lastLink();
-        return std::make_shared<SimPeer>(accepted_);
+        return accepted = network.lastLink();
     }
-    std::shared_ptr<Peer> dial(int port) {
-        auto link = sim_.network.deviceConnects(port);
-        return link ? std::make_shared<SimPeer>(link) : nullptr;
-    }
-    void occupy(int port) { sim_.network.occupy(port); }
-
-private:
-    SimPlatform sim_;
-    std::shared_ptr<DeviceLink> accepted_;
+    std::shared_ptr<DeviceLink> dial(int port) { return network.deviceConnects(port); }
+    void occupy(int port) { network.occupy(port); }
 };
 
-// ---- real, over 127.0.0.1 ----
-
-class QtPeer : public Peer {
+// The device's end of a real link, with what DeviceLink offers.
+class QtPeer {
 public:
     explicit QtPeer(QTcpSocket* socket) : socket_(socket) {
-        QObject::connect(socket_, &QTcpSocket::readyRead, [this] {
+        QObject::connect(socket_.get(), &QTcpSocket::readyRead, [this] {
             if (reading_) {
                 take();
             }
         });
     }
-    void send(const Bytes& bytes) override {
+    void send(const Bytes& bytes) {
         socket_->write(reinterpret_cast<const char*>(bytes.data()), static_cast<qint64>(bytes.size()));
     }
-    void close() override { socket_->disconnectFromHost(); }
-    void reset() override {
+    void close() { socket_->disconnectFromHost(); }
+    void reset() {
         const linger hard{1, 0};
         ::setsockopt(static_cast<int>(socket_->socketDescriptor()), SOL_SOCKET, SO_LINGER, &hard,
                      sizeof hard);
         socket_->abort();
     }
-    const Bytes& received() override { return received_; }
+    const Bytes& received() const { return received_; }
+    bool open() const { return socket_->state() == QAbstractSocket::ConnectedState; }
     // Qt stops taking bytes from the system once its small buffer is full.
-    void stopReading() override {
+    void stopReading() {
         reading_ = false;
         socket_->setReadBufferSize(4096);
     }
-    void startReading() override {
+    void startReading() {
         reading_ = true;
         socket_->setReadBufferSize(0);
         take();
@@ -130,69 +78,51 @@ private:
         const QByteArray b = socket_->readAll();
         received_.insert(received_.end(), b.begin(), b.end());
     }
-    QTcpSocket* socket_;
+    std::unique_ptr<QTcpSocket> socket_; // its connection goes with the peer
     Bytes received_;
     bool reading_ = true;
 };
 
-class QtHarness {
-public:
-    static constexpr bool kReal = true;
-    QtHarness() { wake_.start(20); } // waits re-check their condition at least this often
-    Network& network() { return network_; }
-    template <class Cond> bool waitFor(Cond cond) {
-        QElapsedTimer clock;
-        clock.start();
-        while (!cond()) {
-            if (clock.elapsed() > 5000) {
-                return false;
-            }
-            pump_.pump();
-        }
-        return true;
-    }
+// The system's sockets over 127.0.0.1, on ports the system picks.
+struct QtHarness {
+    static constexpr const char* kName = "Loopback";
+    qt::EventGate gate;
+    qt::QtEventPump pump{gate};
+    qt::QtNetwork network{gate};
+    QTcpServer server;
+    QTcpServer blocker;
+
+    template <class Cond> bool waitFor(Cond cond) { return pumpUntil(pump, cond); }
     int deviceListens() {
-        server_.listen(QHostAddress::LocalHost, 0);
-        return server_.serverPort();
+        server.listen(QHostAddress::LocalHost, 0);
+        return server.serverPort();
     }
     int deadPort() {
         QTcpServer probe;
         probe.listen(QHostAddress::LocalHost, 0);
-        const int port = probe.serverPort();
-        probe.close();
-        return port;
+        return probe.serverPort();
     }
-    std::shared_ptr<Peer> acceptedPeer() {
-        if (!waitFor([this] { return server_.hasPendingConnections(); })) {
+    std::shared_ptr<QtPeer> acceptedPeer() {
+        if (!waitFor([this] { return server.hasPendingConnections(); })) {
             return nullptr;
         }
-        return std::make_shared<QtPeer>(server_.nextPendingConnection());
+        return std::make_shared<QtPeer>(server.nextPendingConnection());
     }
-    std::shared_ptr<Peer> dial(int port) {
-        auto* socket = new QTcpSocket(&server_);
+    std::shared_ptr<QtPeer> dial(int port) {
+        auto* socket = new QTcpSocket(&server);
         socket->connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
         if (!waitFor([socket] { return socket->state() == QAbstractSocket::ConnectedState; })) {
             return nullptr;
         }
         return std::make_shared<QtPeer>(socket);
     }
-    void occupy(int port) { blocker_.listen(QHostAddress::Any, static_cast<quint16>(port)); }
-
-private:
-    qt::EventGate gate_;
-    qt::QtEventPump pump_{gate_};
-    qt::QtNetwork network_{gate_};
-    QTcpServer server_;
-    QTcpServer blocker_;
-    QTimer wake_;
+    void occupy(int port) { blocker.listen(QHostAddress::Any, static_cast<quint16>(port)); }
 };
-
-// ---- the contract ----
 
 template <class H> class SocketContract : public ::testing::Test {
 protected:
     H h;
-    std::unique_ptr<Socket> socket = h.network().createSocket(QStringLiteral("Client_Socket"));
+    std::unique_ptr<Socket> socket = h.network.createSocket(QStringLiteral("Client_Socket"));
     std::vector<int> arrivals;
     Bytes got;
     std::vector<int> errors;
@@ -211,143 +141,53 @@ protected:
         };
         socket->events.close = [this] { ++closes; };
     }
-
-    std::shared_ptr<Peer> connected() {
-        const int port = h.deviceListens();
-        socket->setProtocol(0);
+    // The socket dials a device that listens, and the device's end of the link once it is up.
+    auto connected() {
         socket->setRemoteHost(QStringLiteral("127.0.0.1"));
-        socket->setRemotePort(port);
+        socket->setRemotePort(h.deviceListens());
         socket->connect();
         auto peer = h.acceptedPeer();
         EXPECT_TRUE(h.waitFor([this] { return socket->state() == socket_state::kConnected; }));
         return peer;
     }
+    // The number a call fails with, or 0 when it does not fail.
+    static int failure(const std::function<void()>& call) {
+        try {
+            call();
+        } catch (const RuntimeFailure& failure) {
+            return failure.number();
+        }
+        return 0;
+    }
 };
 
 using Harnesses = ::testing::Types<SimHarness, QtHarness>;
 struct HarnessNames {
-    template <class T> static std::string GetName(int) { return T::kReal ? "Loopback" : "Simulated"; }
+    template <class T> static std::string GetName(int) { return T::kName; }
 };
 TYPED_TEST_SUITE(SocketContract, Harnesses, HarnessNames);
 
-TYPED_TEST(SocketContract, ConnectsAndCarriesBytesBothWays) {
-    auto peer = this->connected();
-    ASSERT_NE(peer, nullptr);
+// Arrivals of at most 32,767 bytes with nothing lost, the peer's close only after its last bytes, no
+// second dial on a live link but a fresh one once the peer has closed, and a Close the peer sees.
+TYPED_TEST(SocketContract, ALinkCarriesBytesBothWaysUntilThePeerClosesThenDialsAfreshAndCloses) {
+    auto first = this->connected();
+    ASSERT_NE(first, nullptr);
     this->socket->sendData(bytesOf("HELLO"));
-    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() == 5; }));
-    EXPECT_EQ(peer->received(), bytesOf("HELLO"));
-    peer->send(bytesOf("WORLD"));
-    ASSERT_TRUE(this->h.waitFor([&] { return this->got.size() == 5; }));
-    EXPECT_EQ(this->got, bytesOf("WORLD"));
-    EXPECT_TRUE(this->errors.empty());
-}
+    ASSERT_TRUE(this->h.waitFor([&] { return first->received().size() == 5; }));
+    EXPECT_EQ(this->failure([&] { this->socket->connect(); }), 40006) << "dialled again on a live link";
 
-TYPED_TEST(SocketContract, ARefusedConnectIsError10061) {
-    this->socket->setRemoteHost(QStringLiteral("127.0.0.1"));
-    this->socket->setRemotePort(this->h.deadPort());
-    this->socket->connect();
-    ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
-    EXPECT_EQ(this->errors, std::vector<int>{socket_error::kConnectionRefused});
-    EXPECT_NE(this->socket->state(), socket_state::kConnected);
-    this->socket->close();
-    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
-}
-
-TYPED_TEST(SocketContract, ANameIsNeverLookedUpButFailsAtOnce) {
-    for (const char* host : {"localhost", "device.example", "127.1", ""}) {
-        this->socket->setRemoteHost(QString::fromLatin1(host));
-        this->socket->setRemotePort(4000);
-        try {
-            this->socket->connect();
-            ADD_FAILURE() << host << " was dialled";
-        } catch (const RuntimeFailure& failure) {
-            EXPECT_EQ(failure.number(), socket_error::kHostNotFound);
-        }
-        EXPECT_EQ(this->socket->state(), socket_state::kClosed);
-    }
-}
-
-TYPED_TEST(SocketContract, ListensAndAcceptsARequestOnTheSameSocketAfterClose) {
-    this->socket->setLocalPort(0);
-    this->socket->listen();
-    EXPECT_EQ(this->socket->state(), socket_state::kListening);
-    int requests = 0;
-    this->socket->events.connectionRequest = [&](std::int32_t id) {
-        ++requests;
-        this->socket->close();
-        this->socket->accept(id);
-    };
-    auto peer = this->h.dial(this->socket->localPort());
-    ASSERT_NE(peer, nullptr);
-    ASSERT_TRUE(this->h.waitFor([&] { return this->socket->state() == socket_state::kConnected; }));
-    EXPECT_EQ(requests, 1);
-    peer->send(bytesOf("ab"));
-    ASSERT_TRUE(this->h.waitFor([&] { return this->got.size() == 2; }));
-    this->socket->sendData(bytesOf("cd"));
-    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() == 2; }));
-}
-
-TYPED_TEST(SocketContract, AListenOnAPortInUseFailsWith10048) {
-    const int port = this->h.deadPort();
-    this->h.occupy(port);
-    this->socket->setLocalPort(port);
-    try {
-        this->socket->listen();
-        ADD_FAILURE() << "listened on a port in use";
-    } catch (const RuntimeFailure& failure) {
-        EXPECT_EQ(failure.number(), socket_error::kAddressInUse);
-    }
-    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
-}
-
-TYPED_TEST(SocketContract, ALargeArrivalComesInEventsOfAtMost32767BytesWithNothingLost) {
-    auto peer = this->connected();
-    ASSERT_NE(peer, nullptr);
     Bytes big(100'000);
     for (std::size_t i = 0; i < big.size(); ++i) {
         big[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
     }
-    peer->send(big);
-    ASSERT_TRUE(this->h.waitFor([&] { return this->got.size() >= big.size(); }));
-    EXPECT_EQ(this->got, big);
-    EXPECT_GE(this->arrivals.size(), 4U);
-    for (int n : this->arrivals) {
-        EXPECT_LE(n, kMaxArrival);
-    }
-}
-
-TYPED_TEST(SocketContract, APeersCloseComesAfterItsLastBytes) {
-    auto peer = this->connected();
-    ASSERT_NE(peer, nullptr);
-    peer->send(bytesOf("bye"));
-    peer->close();
-    ASSERT_TRUE(this->h.waitFor([&] { return this->closes == 1; }));
-    EXPECT_EQ(this->got, bytesOf("bye"));
-    EXPECT_NE(this->socket->state(), socket_state::kConnected);
-    EXPECT_TRUE(this->errors.empty());
-}
-
-TYPED_TEST(SocketContract, AResetIsError10054) {
-    auto peer = this->connected();
-    ASSERT_NE(peer, nullptr);
-    peer->reset();
-    ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
-    EXPECT_EQ(this->errors, std::vector<int>{socket_error::kConnectionReset});
-    EXPECT_NE(this->socket->state(), socket_state::kConnected);
-}
-
-TYPED_TEST(SocketContract, AConnectAfterThePeerClosedDialsAfreshButNotOnALiveLink) {
-    auto first = this->connected();
-    ASSERT_NE(first, nullptr);
-    try {
-        this->socket->connect();
-        ADD_FAILURE() << "dialled again on a live link";
-    } catch (const RuntimeFailure& failure) {
-        EXPECT_EQ(failure.number(), socket_error::kWrongProtocolOrState);
-    }
+    first->send(big);
     first->close();
     ASSERT_TRUE(this->h.waitFor([&] { return this->closes == 1; }));
+    EXPECT_EQ(this->got, big);
+    EXPECT_GE(this->arrivals.size(), 4U);
+    EXPECT_LE(std::ranges::max(this->arrivals), 32767);
     EXPECT_EQ(this->socket->state(), socket_state::kClosing);
+
     this->socket->connect();
     auto second = this->h.acceptedPeer();
     ASSERT_NE(second, nullptr);
@@ -355,8 +195,69 @@ TYPED_TEST(SocketContract, AConnectAfterThePeerClosedDialsAfreshButNotOnALiveLin
     this->socket->sendData(bytesOf("again"));
     ASSERT_TRUE(this->h.waitFor([&] { return second->received().size() == 5; }));
     EXPECT_EQ(second->received(), bytesOf("again"));
-    EXPECT_TRUE(first->received().empty());
+    EXPECT_EQ(first->received(), bytesOf("HELLO"));
+    this->socket->close();
+    ASSERT_TRUE(this->h.waitFor([&] { return !second->open(); })) << "the peer sees the link end";
     EXPECT_EQ(this->closes, 1);
+    EXPECT_TRUE(this->errors.empty());
+}
+
+TYPED_TEST(SocketContract, WhatCannotWorkFailsWithItsNumber) {
+    // A name is never looked up: only a literal address is dialled.
+    for (const char* host : {"localhost", "device.example", "127.1", ""}) {
+        this->socket->setRemoteHost(QString::fromLatin1(host));
+        this->socket->setRemotePort(4000);
+        EXPECT_EQ(this->failure([&] { this->socket->connect(); }), 11001) << host;
+        EXPECT_EQ(this->socket->state(), socket_state::kClosed);
+    }
+    EXPECT_EQ(this->failure([&] { this->socket->sendData(bytesOf("x")); }), 40006) << "sent without a link";
+    this->socket->close();
+    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
+
+    const int port = this->h.deadPort();
+    this->h.occupy(port);
+    this->socket->setLocalPort(port);
+    EXPECT_EQ(this->failure([&] { this->socket->listen(); }), 10048);
+    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
+
+    this->socket->setRemoteHost(QStringLiteral("127.0.0.1"));
+    this->socket->setRemotePort(this->h.deadPort());
+    this->socket->connect();
+    ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
+    EXPECT_EQ(this->errors, std::vector<int>{10061});
+    EXPECT_NE(this->socket->state(), socket_state::kConnected);
+    this->socket->close();
+    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
+}
+
+TYPED_TEST(SocketContract, ListensAcceptsOnTheSameSocketAfterCloseAndListensAgainAfterAReset) {
+    this->socket->setLocalPort(0);
+    this->socket->listen();
+    EXPECT_EQ(this->socket->state(), socket_state::kListening);
+    const int port = this->socket->localPort();
+    int requests = 0;
+    this->socket->events.connectionRequest = [&](std::int32_t id) {
+        ++requests;
+        this->socket->close();
+        this->socket->accept(id);
+    };
+    auto peer = this->h.dial(port);
+    ASSERT_NE(peer, nullptr);
+    ASSERT_TRUE(this->h.waitFor([&] { return this->socket->state() == socket_state::kConnected; }));
+    EXPECT_EQ(requests, 1);
+    peer->send(bytesOf("ab"));
+    ASSERT_TRUE(this->h.waitFor([&] { return this->got.size() == 2; }));
+    this->socket->sendData(bytesOf("cd"));
+    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() == 2; }));
+    peer->reset();
+    ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
+    EXPECT_EQ(this->errors, std::vector<int>{10054});
+    EXPECT_NE(this->socket->state(), socket_state::kConnected);
+    // Closed, the socket listens on its port again at once: nothing of the first listen holds it.
+    this->socket->close();
+    this->socket->setLocalPort(port);
+    this->socket->listen();
+    EXPECT_EQ(this->socket->state(), socket_state::kListening);
 }
 
 // What a repeat tick relies on: past 4 MiB unsent a send fails with a socket error and sends nothing,
@@ -368,8 +269,8 @@ TYPED_TEST(SocketContract, ASendPastFourMebibytesUnsentFailsWith10055AndSendsNot
     // The system's buffers take their share first, then the socket holds what waits.
     Bytes accepted;
     int failed = 0;
-    for (unsigned i = 0; i < 1024 && failed == 0; ++i) { // 64 MiB at most
-        const Bytes chunk = pattern(65536, i);
+    for (unsigned i = 0; i < 1024 && failed == 0; ++i) {              // 64 MiB at most
+        const Bytes chunk(65536, static_cast<std::uint8_t>(i % 251)); // each send told by its bytes
         try {
             this->socket->sendData(chunk);
             accepted.insert(accepted.end(), chunk.begin(), chunk.end());
@@ -378,7 +279,7 @@ TYPED_TEST(SocketContract, ASendPastFourMebibytesUnsentFailsWith10055AndSendsNot
             EXPECT_EQ(failure.description(), QStringLiteral("No buffer space is available"));
         }
     }
-    EXPECT_EQ(failed, socket_error::kNoBufferSpace);
+    EXPECT_EQ(failed, 10055);
     EXPECT_GE(accepted.size(), std::size_t{4} << 20);
     EXPECT_EQ(this->socket->state(), socket_state::kConnected);
     peer->startReading();
@@ -388,18 +289,6 @@ TYPED_TEST(SocketContract, ASendPastFourMebibytesUnsentFailsWith10055AndSendsNot
     ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() >= accepted.size(); }));
     EXPECT_TRUE(peer->received() == accepted) << "in order, and nothing of the refused send";
     EXPECT_TRUE(this->errors.empty());
-}
-
-TYPED_TEST(SocketContract, SendingWithoutALinkFailsAndCloseIsHarmless) {
-    this->socket->close();
-    try {
-        this->socket->sendData(bytesOf("x"));
-        ADD_FAILURE() << "sent without a link";
-    } catch (const RuntimeFailure& failure) {
-        EXPECT_EQ(failure.number(), socket_error::kWrongProtocolOrState);
-    }
-    this->socket->close();
-    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
 }
 
 } // namespace
