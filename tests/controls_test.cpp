@@ -146,57 +146,47 @@ TEST(Keyboard, AHandlerMayChangeOrCancelACharacterAndTheReleaseGoesToTheBoxWithT
     EXPECT_LT(codes[2], 0);
 }
 
-TEST(ListBox, RowsAndTheSelectedRowFollowAddRemoveAndClear) {
-    SimForm f(false);
-    ListBox& list = f.p.List1;
-    list.addItem(QStringLiteral("a"));
-    list.addItem(QStringLiteral("b"));
-    list.addItem(QStringLiteral("c"));
-    list.setListIndex(2);
-    list.removeItem(0);
-    EXPECT_EQ(list.listCount(), 2);
-    EXPECT_EQ(list.listIndex(), 1);
-    EXPECT_EQ(list.rows().front(), QStringLiteral("b"));
-    EXPECT_THROW(list.setListIndex(2), RuntimeFailure);
-    list.clear();
-    EXPECT_EQ(list.listCount(), 0);
-    EXPECT_EQ(list.listIndex(), -1);
-}
-
-TEST(ListBox, PiecesOfASharedTextAreRowsLikeAnyOtherAndTheOldestGoTogether) {
+TEST(ListBox, RowsAndPiecesOfASharedTextComeAndGoWithTheSelectedRow) {
     SimForm f(false);
     ListBox& list = f.p.List1;
     QStringList told;
     list.rowAdded = [&](const QString& row) { told << row; };
     const QString shared = QStringLiteral(" abc def");
+    list.addItem(QStringLiteral("gone"));
     list.addItem(QStringLiteral("head"));
     list.addPiece(shared, 0, 4);
     list.addPiece(shared, 4, 4);
     list.addPiece(shared, 8, 0);
+    list.setListIndex(2);
+    list.removeItem(0);
+    EXPECT_EQ(list.listIndex(), 1);
     EXPECT_EQ(list.rows(), (QStringList{QStringLiteral("head"), QStringLiteral(" abc"),
                                         QStringLiteral(" def"), QString()}));
-    EXPECT_EQ(told, list.rows()) << "whoever copies the list gets the text of each row";
-    list.setListIndex(3);
+    EXPECT_EQ(told, QStringList{QStringLiteral("gone")} + list.rows())
+        << "whoever copies the list gets each row";
+    EXPECT_THROW(list.setListIndex(4), RuntimeFailure);
+    list.setListIndex(2);
     list.removeOldest(2);
     EXPECT_EQ(list.rows(), (QStringList{QStringLiteral(" def"), QString()}));
-    EXPECT_EQ(list.listIndex(), 1);
-    list.setListIndex(0);
+    EXPECT_EQ(list.listIndex(), 0);
     list.removeOldest(1);
     EXPECT_EQ(list.listIndex(), -1) << "the selected row went";
     EXPECT_THROW(list.removeOldest(2), RuntimeFailure);
+    list.setListIndex(0);
+    list.removeItem(0);
+    EXPECT_EQ(list.listIndex(), -1);
+    list.addItem(QStringLiteral("last"));
+    list.setListIndex(0);
+    list.clear();
+    EXPECT_EQ(list.listCount(), 0);
+    EXPECT_EQ(list.listIndex(), -1);
 }
 
-// Timer2 comes with Interval 0, disabled.
-struct TimerCase : ::testing::Test {
-    SimForm f{false};
-    Timer& timer = f.p.Timer2;
+TEST(Timer, TicksOnlyWhileEnabledWithAnIntervalAndANewIntervalStartsTheWaitOver) {
+    SimForm f(false);
+    Timer& timer = f.p.Timer2; // Interval 0, disabled
     std::vector<Ms> ticks;
-    void SetUp() override {
-        timer.Tick = [this] { ticks.push_back(f.sim.scheduler.now()); };
-    }
-};
-
-TEST_F(TimerCase, TicksOnlyWhileEnabledWithAnIntervalAndANewIntervalStartsTheWaitOver) {
+    timer.Tick = [&] { ticks.push_back(f.sim.scheduler.now()); };
     timer.setEnabled(true);
     f.sim.scheduler.runFor(5000);
     timer.setInterval(100);
@@ -209,27 +199,6 @@ TEST_F(TimerCase, TicksOnlyWhileEnabledWithAnIntervalAndANewIntervalStartsTheWai
     timer.setInterval(1000); // the same value still restarts
     f.sim.scheduler.runUntil(12500);
     EXPECT_EQ(ticks, (std::vector<Ms>{11700}));
-}
-
-TEST_F(TimerCase, NeverTicksIntoItsOwnRunningHandler) {
-    int depth = 0;
-    int deepest = 0;
-    timer.Tick = [&] {
-        ticks.push_back(f.sim.scheduler.now());
-        deepest = std::max(deepest, ++depth);
-        // The handler pumps for 350 ms, as the waits do.
-        const Ms until = f.sim.scheduler.now() + 350;
-        f.sim.scheduler.at(until, [] {});
-        while (f.sim.scheduler.now() < until) {
-            f.sim.scheduler.pump();
-        }
-        --depth;
-    };
-    timer.setInterval(100);
-    timer.setEnabled(true);
-    f.sim.scheduler.runUntil(1000);
-    EXPECT_EQ(deepest, 1);
-    EXPECT_EQ(ticks, (std::vector<Ms>{100, 500, 900}));
 }
 
 } // namespace
