@@ -9,353 +9,229 @@
 namespace sim::test {
 namespace {
 
-const QString kAddressKey = QStringLiteral("TK7300_SIMUL/Simulator/ADDRESS");
-constexpr int kPort = 4; // where focusedBox() reports the port box
+using Boxes = std::array<const char*, 4>;
 
-// The loaded form with the four boxes holding what a test puts there.
+// The message boxes as "text / title / style".
+constexpr char kLimit[] = "IP Address Value Cross Limit / Simulator / 0";
+constexpr char kFormat[] = " Please Check your IP Address Format / IP Address Error / 64";
+
+// The loaded form with the four boxes holding what a test puts there. In a box, "|" marks the caret and
+// "[...]" the selection of the box that holds the focus.
 struct Editor : SimForm {
-    explicit Editor(std::array<const char*, 4> octets = {"", "", "", ""}) {
+    explicit Editor(const Boxes& marked = {"", "", "", ""}) {
         for (int i = 0; i < 4; ++i) {
-            p.txt_Destination_IP(i).setText(QString::fromLatin1(octets.at(static_cast<std::size_t>(i))));
+            const QString text = QString::fromLatin1(marked.at(static_cast<std::size_t>(i)));
+            box(i).setText(QString(text).remove(u'|').remove(u'[').remove(u']'));
+            const int start = static_cast<int>(text.indexOf(text.contains(u'[') ? u'[' : u'|'));
+            if (start >= 0) {
+                op.focus(box(i));
+                op.select(box(i), start, std::max(0, static_cast<int>(text.indexOf(u']')) - start - 1));
+            }
         }
     }
     TextBox& box(int i) { return p.txt_Destination_IP(i); }
-    QStringList boxes() {
+    // The boxes as the operator sees them, marked as above; "port" behind them when the port box has the
+    // focus.
+    QStringList seen() {
         QStringList out;
         for (int i = 0; i < 4; ++i) {
-            out << box(i).text();
-        }
-        return out;
-    }
-    // The index of the address box that holds the focus, kPort for the port box, -1 for anything else.
-    int focusedBox() {
-        for (int i = 0; i < 4; ++i) {
+            QString text = box(i).text();
             if (p.focused() == &box(i)) {
-                return i;
+                const int start = box(i).selStart();
+                const int length = box(i).selLength();
+                text = length == 0 ? text.insert(start, u'|')
+                                   : text.insert(start + length, u']').insert(start, u'[');
             }
+            out << text;
         }
-        return p.focused() == &p.txt_Destination_Port ? kPort : -1;
-    }
-    QString saved() { return sim.settings.values[kAddressKey]; }
-    // Puts the focus into box i with the caret behind its text, as a click behind the text leaves it.
-    void caretAtEnd(int i) {
-        op.focus(box(i));
-        op.select(box(i), static_cast<int>(box(i).text().size()), 0);
-    }
-    void key(QChar ch) {
-        keys.press(ch);
-        op.keyUp(Keyboard::keyCodeFor(ch));
-    }
-    std::vector<QString> shown() {
-        std::vector<QString> out;
-        for (const auto& d : sim.dialogs.shown) {
-            out.push_back(d.text);
+        if (p.focused() == &p.txt_Destination_Port) {
+            out << QStringLiteral("port");
         }
         return out;
     }
+    QString shown() {
+        QStringList out;
+        for (const auto& d : sim.dialogs.shown) {
+            out << QStringLiteral("%1 / %2 / %3").arg(d.text, d.title).arg(d.style);
+        }
+        return out.join(QStringLiteral("; "));
+    }
+    QString saved() { return sim.settings.values[QStringLiteral("TK7300_SIMUL/Simulator/ADDRESS")]; }
 };
 
-// ---- typing ----
-
-TEST(AddressTyping, ADotAfterAThreeDigitOctetIsTakenByTheBoxAlreadyReached) {
-    Editor f;
-    f.keys.type(f.box(0), QStringLiteral("192.168"));
-    EXPECT_EQ(f.boxes(), (QStringList{"192", "", "168", ""}));
-    EXPECT_EQ(f.focusedBox(), 3) << "168 is three characters: its release moves on";
-
-    // A dot into a box of exactly three characters passes on at its release.
-    Editor g({"1", "2", "123", "4"});
-    g.caretAtEnd(1);
-    g.key(u'.');
-    EXPECT_EQ(g.focusedBox(), 3);
-    EXPECT_EQ(g.boxes(), (QStringList{"1", "2", "123", "4"}));
-}
-
-TEST(AddressTyping, TheDotInTheLastBoxIsRefusedAndMovesOnlyAtThreeCharacters) {
-    Editor f({"1", "2", "3", "45"});
-    f.caretAtEnd(3);
-    f.key(u'.');
-    EXPECT_EQ(f.box(3).text(), QStringLiteral("45"));
-    EXPECT_EQ(f.focusedBox(), 3);
-
-    Editor g({"1", "2", "3", "123"});
-    g.caretAtEnd(3);
-    g.key(u'.');
-    EXPECT_EQ(g.box(3).text(), QStringLiteral("123"));
-    EXPECT_EQ(g.focusedBox(), kPort);
-}
-
-TEST(AddressTyping, EveryCharacterButDigitsBackspaceAnd127IsRefusedAndKeepsTheSelection) {
-    const std::vector<QChar> refused = {u'a',      u'Z', u' ', u'\r',     QChar(3), QChar(22),
-                                        QChar(24), u'-', u'+', u'\u4E2D', u'\u00E9'};
-    for (QChar ch : refused) {
-        Editor f({"", "12", "", ""});
-        f.op.focus(f.box(1)); // all of "12" selected
-        f.key(ch);
-        EXPECT_EQ(f.box(1).text(), QStringLiteral("12")) << int{ch.unicode()};
-        EXPECT_EQ(f.box(1).selLength(), 2)
-            << "a refused character leaves the selection; " << int{ch.unicode()};
-        EXPECT_EQ(f.focusedBox(), 1) << int{ch.unicode()};
-    }
-}
-
-TEST(AddressTyping, ADigitOrBackspaceFirstDeletesTheSelectionAndStillActs) {
-    Editor f({"", "255", "", ""});
-    f.op.focus(f.box(1));
-    f.key(u'7');
-    EXPECT_EQ(f.box(1).text(), QStringLiteral("7"));
-
-    // Backspace with "23" of "1234" selected: the selection goes, then the Backspace takes the 1.
-    f.box(1).setText(QStringLiteral("1234"));
-    f.op.select(f.box(1), 1, 2);
-    f.key(u'\b');
-    EXPECT_EQ(f.box(1).text(), QStringLiteral("4"));
-    // The character 127 (Ctrl+Backspace) alike: the selection, then the word before the caret.
-    f.box(1).setText(QStringLiteral("1234"));
-    f.op.select(f.box(1), 2, 1);
-    f.keys.press(QChar(127));
-    EXPECT_EQ(f.box(1).text(), QStringLiteral("4"));
-    EXPECT_EQ(f.focusedBox(), 1) << "127 moves no focus at its press";
-}
-
-TEST(AddressTyping, AFourthDigitPressedBeforeTheThirdComesUpStaysAndDoesNotMoveOn) {
-    Editor f;
-    f.caretAtEnd(1);
-    f.key(u'1');
-    f.key(u'2');
-    f.keys.press(u'3');
-    f.keys.press(u'4');
-    f.op.keyUp('3');
-    f.op.keyUp('4');
-    EXPECT_EQ(f.box(1).text(), QStringLiteral("1234"));
-    EXPECT_EQ(f.focusedBox(), 1);
-}
-
-TEST(AddressTyping, TheReleaseOfAnyKeyAtLengthThreeMovesOnAndOfNoneAtTwoOrFour) {
-    // Left arrow, Shift, Delete, a letter, Tab: the release handler does not look at the key.
-    for (int code : {37, 16, 46, 65, 9}) {
-        Editor f({"1", "123", "1", "1"});
-        f.caretAtEnd(1);
-        f.op.keyUp(code);
-        EXPECT_EQ(f.focusedBox(), 2) << code;
-    }
-    for (const char* text : {"12", "1234"}) {
-        Editor f({"1", text, "1", "1"});
-        f.caretAtEnd(1);
-        f.op.keyUp(37);
-        EXPECT_EQ(f.focusedBox(), 1) << text;
-    }
-    Editor g({"1", "1", "1", "255"});
-    g.caretAtEnd(3);
-    g.op.keyUp(39);
-    EXPECT_EQ(g.focusedBox(), kPort);
-}
-
-// ---- Backspace ----
-
-TEST(AddressBackspace, AtAZeroBoxItWalksBackAndStillErasesTheBoxItWasTypedIn) {
-    Editor f({"10", "20", "0", ""});
-    f.caretAtEnd(2);
-    f.key(u'\b');
-    EXPECT_EQ(f.boxes(), (QStringList{"10", "20", "", ""}));
-    EXPECT_EQ(f.focusedBox(), 1);
-    EXPECT_EQ(f.box(1).selLength(), 2) << "the box walked into is selected";
-}
-
-TEST(AddressBackspace, OnePressWalksTwoBoxesWhenThePreviousIsWorthZeroToo) {
-    Editor f({"10", "0", "0", ""});
-    f.caretAtEnd(2);
-    f.key(u'\b');
-    EXPECT_EQ(f.boxes(), (QStringList{"10", "0", "", ""}));
-    EXPECT_EQ(f.focusedBox(), 0);
-}
-
-TEST(AddressBackspace, IntoABoxOfThreeCharactersItComesBackAtRelease) {
-    Editor f({"192", "", "", ""});
-    f.caretAtEnd(1);
-    f.key(u'\b');
-    EXPECT_EQ(f.focusedBox(), 1);
-    EXPECT_EQ(f.box(0).text(), QStringLiteral("192"));
-}
-
-TEST(AddressBackspace, LeavingThreeZerosWalksBackAndThenOnPastTheBox) {
-    // 0001 is worth 1 at the press; the 000 left is worth 0 at the release, and three characters long.
-    Editor f({"1", "2", "0001", ""});
-    f.caretAtEnd(2);
-    f.key(u'\b');
-    EXPECT_EQ(f.box(2).text(), QStringLiteral("000"));
-    EXPECT_EQ(f.focusedBox(), 3);
-}
-
-TEST(AddressBackspace, InTheLastBoxItEndsOnThePortBoxAndInTheFirstItStays) {
-    Editor f({"1", "2", "3", "0"});
-    f.caretAtEnd(3);
-    f.key(u'\b');
-    EXPECT_EQ(f.box(3).text(), QString());
-    EXPECT_EQ(f.focusedBox(), kPort);
-
-    Editor g({"0", "", "", ""});
-    g.caretAtEnd(0);
-    g.key(u'\b');
-    EXPECT_EQ(g.box(0).text(), QString());
-    EXPECT_EQ(g.focusedBox(), 0);
-}
-
-// ---- leaving a box ----
-
-struct LeavingCase {
-    int index;
-    const char* text;
-    const char* message; // nullptr: the box passes
-    const char* title;
-    int style;
+// Keys into the box with the focus: each character pressed and released, but "+x" presses x alone,
+// "^x" releases x alone, and ">" is a click into the data box.
+struct Case {
+    Boxes before;
+    const char16_t* keys;
+    QStringList after;
+    const char* shown = "";
 };
 
-class Leaving : public ::testing::TestWithParam<LeavingCase> {};
-
-TEST_P(Leaving, EachBoxIsTestedAloneByTheNumberItsTextBeginsWith) {
-    const LeavingCase& c = GetParam();
-    Editor f({"1", "1", "1", "1"});
-    f.box(c.index).setText(QString::fromLatin1(c.text));
-    f.op.focus(f.box(c.index));
-    f.op.focus(f.p.txt_Data_Input);
-    if (c.message == nullptr) {
-        EXPECT_TRUE(f.sim.dialogs.shown.empty());
-        EXPECT_EQ(f.box(c.index).text(), QString::fromLatin1(c.text)) << "the text is never normalised";
-        EXPECT_EQ(f.p.focused(), c.index == 3 ? static_cast<Control*>(&f.p.txt_Destination_Port)
-                                              : static_cast<Control*>(&f.p.txt_Data_Input));
-        return;
+void check(const Case& c) {
+    SCOPED_TRACE(QStringList({c.before.begin(), c.before.end()}).join(u' ').toStdString() + " keys " +
+                 QString::fromUtf16(c.keys).toStdString());
+    Editor f(c.before);
+    for (const char16_t* k = c.keys; *k != 0; ++k) {
+        if (*k == u'>') {
+            f.op.focus(f.p.txt_Data_Input);
+        } else if (*k == u'+') {
+            f.keys.press(QChar(*++k));
+        } else if (*k == u'^') {
+            f.op.keyUp(Keyboard::keyCodeFor(QChar(*++k)));
+        } else {
+            f.keys.key(QChar(*k));
+        }
     }
-    ASSERT_EQ(f.sim.dialogs.shown.size(), 1U);
-    EXPECT_EQ(f.sim.dialogs.shown[0].text, QString::fromLatin1(c.message));
-    EXPECT_EQ(f.sim.dialogs.shown[0].title, QString::fromLatin1(c.title));
-    EXPECT_EQ(f.sim.dialogs.shown[0].style, c.style);
-    EXPECT_EQ(f.box(c.index).text(), QString());
-    EXPECT_EQ(f.focusedBox(), c.index);
-    QStringList pieces{"1", "1", "1", "1", ""};
-    pieces[c.index] = QString();
-    EXPECT_EQ(f.saved(), pieces.join(u'.')) << "the emptied box is saved at once";
+    EXPECT_EQ(f.seen(), c.after);
+    EXPECT_EQ(f.shown(), QLatin1String(c.shown));
+    QStringList texts;
+    for (int i = 0; i < 4; ++i) {
+        texts << f.box(i).text();
+    }
+    EXPECT_EQ(f.saved(), texts.join(u'.') + u'.') << "every change of a box is saved at once";
 }
 
-constexpr char kLimit[] = "IP Address Value Cross Limit";
-constexpr char kFormat[] = " Please Check your IP Address Format";
+TEST(AddressTyping, DigitsEnterAndMoveOnAtThreeCharactersADotMovesOnAndOtherCharactersAreRefused) {
+    const Case cases[] = {
+        {{"|", "", "", ""}, u"1921680.5", {"192", "168", "0", "5|"}},
+        // A dot after a three-digit octet is taken by the box already reached.
+        {{"|", "", "", ""}, u"192.168", {"192", "", "168", "|"}},
+        {{"1", "2|", "123", "4"}, u".", {"1", "2", "123", "[4]"}},
+        // In the last box the dot is refused and only a release at three characters moves on.
+        {{"1", "2", "3", "45|"}, u".", {"1", "2", "3", "45|"}},
+        {{"1", "2", "3", "123|"}, u".", {"1", "2", "3", "123", "port"}},
+        // Whatever the key, its release moves on at exactly three characters.
+        {{"1", "123|", "1", "1"}, u"^A", {"1", "123", "[1]", "1"}},
+        {{"1", "1", "1", "255|"}, u"^.", {"1", "1", "1", "255", "port"}},
+        {{"1", "12|", "1", "1"}, u"^A", {"1", "12|", "1", "1"}},
+        {{"1", "1234|", "1", "1"}, u"^A", {"1", "1234|", "1", "1"}},
+        // A fourth digit pressed before the third comes up stays, and nothing moves on.
+        {{"", "|", "", ""}, u"12+3+4^3^4", {"", "1234|", "", ""}},
+        {{"", "[12]", "", ""}, u"aZ \r\x03\x16\x18-/:\u4E2D\u00E9", {"", "[12]", "", ""}},
+        // A digit, Backspace or 127 deletes the selection and still acts.
+        {{"", "[255]", "", ""}, u"7", {"", "7|", "", ""}},
+        {{"", "1[23]4", "", ""}, u"\b", {"", "|4", "", ""}},
+        {{"", "12[3]4", "", ""}, u"+\x7f", {"", "|4", "", ""}},
+    };
+    for (const Case& c : cases) {
+        check(c);
+    }
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    AddressLeaving, Leaving,
-    ::testing::Values(
-        LeavingCase{0, "223", nullptr, nullptr, 0}, LeavingCase{0, "224", kLimit, "Simulator", 0},
-        LeavingCase{0, "300", kLimit, "Simulator", 0}, LeavingCase{0, "0123", nullptr, nullptr, 0},
-        LeavingCase{1, "255", nullptr, nullptr, 0}, LeavingCase{1, "256", kFormat, "IP Address Error", 64},
-        LeavingCase{1, "255.5", kFormat, "IP Address Error", 64},
-        LeavingCase{1, "1000", kFormat, "IP Address Error", 64}, LeavingCase{1, "0123", nullptr, nullptr, 0},
-        LeavingCase{2, "1.5", nullptr, nullptr, 0}, LeavingCase{2, "300a", kFormat, "IP Address Error", 64},
-        LeavingCase{2, "abc", nullptr, nullptr, 0}, LeavingCase{2, "", nullptr, nullptr, 0},
-        LeavingCase{3, "255", nullptr, nullptr, 0}, LeavingCase{3, "", nullptr, nullptr, 0},
-        LeavingCase{3, "256", kFormat, "IP Address Error", 64}),
-    [](const auto& info) { return "case" + std::to_string(info.index); });
+TEST(AddressBackspace, AtABoxWorthZeroItWalksBackAndStillErasesTheBoxItWasTypedIn) {
+    const Case cases[] = {
+        {{"10", "20", "0|", ""}, u"\b", {"10", "[20]", "", ""}},
+        {{"10", "0", "0|", ""}, u"\b", {"[10]", "0", "", ""}}, // two boxes in one press
+        {{"192", "|", "", ""}, u"\b", {"192", "|", "", ""}},   // back at the release from three characters
+        // 0001 is worth 1 at the press; the 000 left is worth 0 at the release, and three characters long.
+        {{"1", "2", "0001|", ""}, u"\b", {"1", "2", "000", "|"}},
+        {{"1", "2", "3", "0|"}, u"\b", {"1", "2", "3", "", "port"}},
+        {{"0|", "", "", ""}, u"\b", {"|", "", "", ""}},
+    };
+    for (const Case& c : cases) {
+        check(c);
+    }
+}
 
-TEST(AddressLeaving, TheTestRunsInTheMiddleOfAKeyAndTheFocusComesBackToTheEmptiedBox) {
-    // A dot in a box out of range: the focus leaves, the test fails at once, and it comes back.
-    // (Typing 300 into box 1 is a test of the window.)
-    Editor g({"1", "999", "2", "3"});
-    g.caretAtEnd(1);
-    g.key(u'.');
-    EXPECT_EQ(g.shown(), std::vector<QString>{QString::fromLatin1(kFormat)});
-    EXPECT_EQ(g.boxes(), (QStringList{"1", "", "2", "3"}));
-    EXPECT_EQ(g.focusedBox(), 1);
-
-    // 224 in box 0 is over the first octet's limit; 223 passes on to box 1.
-    Editor h;
-    h.keys.type(h.box(0), QStringLiteral("224"));
-    EXPECT_EQ(h.shown(), std::vector<QString>{QString::fromLatin1(kLimit)});
-    EXPECT_EQ(h.focusedBox(), 0);
-    h.keys.type(h.box(0), QStringLiteral("223"));
-    EXPECT_EQ(h.focusedBox(), 1);
-    EXPECT_EQ(h.shown().size(), 1U);
+TEST(AddressLeaving, EachBoxIsTestedAloneByTheNumberItsTextBeginsWithAndAFailureEmptiesIt) {
+    const Case cases[] = {
+        {{"223|", "1", "1", "1"}, u">", {"223", "1", "1", "1"}},
+        {{"224|", "1", "1", "1"}, u">", {"|", "1", "1", "1"}, kLimit},
+        {{"300|", "1", "1", "1"}, u">", {"|", "1", "1", "1"}, kLimit},
+        {{"0123|", "1", "1", "1"}, u">", {"0123", "1", "1", "1"}},
+        {{"1", "255|", "1", "1"}, u">", {"1", "255", "1", "1"}},
+        {{"1", "256|", "1", "1"}, u">", {"1", "|", "1", "1"}, kFormat},
+        {{"1", "255.5|", "1", "1"}, u">", {"1", "|", "1", "1"}, kFormat},
+        {{"1", "1000|", "1", "1"}, u">", {"1", "|", "1", "1"}, kFormat},
+        {{"1", "0123|", "1", "1"}, u">", {"1", "0123", "1", "1"}},
+        {{"1", "1", "1.5|", "1"}, u">", {"1", "1", "1.5", "1"}},
+        {{"1", "1", "300a|", "1"}, u">", {"1", "1", "|", "1"}, kFormat},
+        {{"1", "1", "abc|", "1"}, u">", {"1", "1", "abc", "1"}},
+        {{"1", "1", "|", "1"}, u">", {"1", "1", "", "1"}},
+        // Box 3 in range sends the focus to the port box, wherever it was headed.
+        {{"1", "1", "1", "255|"}, u">", {"1", "1", "1", "255", "port"}},
+        {{"1", "1", "1", "|"}, u">", {"1", "1", "1", "", "port"}},
+        {{"1", "1", "1", "256|"}, u">", {"1", "1", "1", "|"}, kFormat},
+        // The test runs in the middle of a key, and the focus comes back to the emptied box.
+        {{"1", "999|", "2", "3"}, u".", {"1", "|", "2", "3"}, kFormat},
+        {{"|", "", "", ""}, u"224", {"|", "", "", ""}, kLimit},
+        {{"|", "", "", ""}, u"223", {"223", "|", "", ""}},
+    };
+    for (const Case& c : cases) {
+        check(c);
+    }
 }
 
 TEST(AddressLeaving, ABoxLockedByALinkIsStillTestedButTheFocusGoesWhereTheClickSentIt) {
     // A timer can start a link, and lock the boxes, while the focus sits in one of them.
-    Editor f({"1", "2", "3", "4"});
-    f.op.focus(f.box(3));
-    f.p.Frame1.setEnabled(false);
-    f.p.List1.addItem(QStringLiteral("row"));
-    EXPECT_TRUE(f.op.click(f.p.cmd_Log));
-    EXPECT_EQ(f.p.focused(), &f.p.cmd_Log);
-    EXPECT_EQ(f.p.List1.listCount(), 0) << "the click lands";
-    EXPECT_TRUE(f.sim.dialogs.shown.empty());
-
-    Editor g({"1", "300", "3", "4"});
-    g.op.focus(g.box(1));
-    g.p.Frame1.setEnabled(false);
-    g.op.click(g.p.cmd_Log);
-    EXPECT_EQ(g.shown(), std::vector<QString>{QString::fromLatin1(kFormat)});
-    EXPECT_EQ(g.box(1).text(), QString());
-    EXPECT_EQ(g.p.focused(), &g.p.cmd_Log);
-}
-
-// ---- the list of addresses no device may have ----
-
-struct RuleCase {
-    std::array<const char*, 4> octets;
-    const char* message; // nullptr: allowed
-};
-
-class Rules : public ::testing::TestWithParam<RuleCase> {};
-
-TEST_P(Rules, TheFourBoxesAreComparedAsTextWithTheList) {
-    const RuleCase& c = GetParam();
-    Editor f(c.octets);
-    f.op.focus(f.p.txt_Data_Input);
-    const QStringList before = f.boxes();
-    const int writes = f.sim.settings.writes;
-    AddressRules(f.sim.dialogs).Address_chk(f.p.txt_Destination_IP, 3);
-    if (c.message == nullptr) {
-        EXPECT_TRUE(f.sim.dialogs.shown.empty());
-        EXPECT_EQ(f.boxes(), before);
-        EXPECT_EQ(f.p.focused(), &f.p.txt_Data_Input);
-        EXPECT_EQ(f.sim.settings.writes, writes);
-        return;
+    const struct {
+        Boxes before;
+        QStringList after;
+        const char* shown;
+    } cases[] = {{{"1", "2", "3", "4|"}, {"1", "2", "3", "4"}, ""},
+                 {{"1", "300|", "3", "4"}, {"1", "", "3", "4"}, kFormat}};
+    for (const auto& c : cases) {
+        Editor f(c.before);
+        f.p.Frame1.setEnabled(false);
+        f.p.List1.addItem(QStringLiteral("row"));
+        EXPECT_TRUE(f.op.click(f.p.cmd_Log));
+        EXPECT_EQ(f.p.focused(), &f.p.cmd_Log);
+        EXPECT_EQ(f.p.List1.listCount(), 0) << "the click lands";
+        EXPECT_EQ(f.seen(), c.after);
+        EXPECT_EQ(f.shown(), QLatin1String(c.shown));
     }
-    ASSERT_EQ(f.sim.dialogs.shown.size(), 1U);
-    EXPECT_EQ(f.sim.dialogs.shown[0].text, QString::fromLatin1(c.message));
-    EXPECT_EQ(f.sim.dialogs.shown[0].title, QStringLiteral("Address Error"));
-    EXPECT_EQ(f.sim.dialogs.shown[0].style, 64);
-    EXPECT_EQ(f.box(3).text(), QString());
 }
 
-constexpr char kBroadcast[] = "Invalid Address 225.225.225.225";
-constexpr char kZero[] = "Invalid Address 0.0.0.0";
-constexpr char kIana[] = "Invalid Address,This Asign for 'IANA'";
-constexpr char kConferencing[] = "Invalid Address,This Asign for Conferencing";
-
-INSTANTIATE_TEST_SUITE_P(
-    AddressRules, Rules,
-    ::testing::Values(RuleCase{{"255", "255", "255", "255"}, kBroadcast},
-                      RuleCase{{"0", "0", "0", "0"}, kZero}, RuleCase{{"224", "0", "0", "0"}, kIana},
-                      RuleCase{{"224", "0", "0", "2"}, kIana}, RuleCase{{"224", "0", "0", "4"}, kIana},
-                      RuleCase{{"224", "0", "0", "11"}, kIana},
-                      RuleCase{{"224", "0", "1", "7"}, kConferencing},
-                      RuleCase{{"224", "0", "1", "10"}, kConferencing},
-                      RuleCase{{"224", "0", "1", "18"}, kConferencing},
-                      // Neighbours that pass.
-                      RuleCase{{"224", "0", "0", "3"}, nullptr}, RuleCase{{"224", "0", "0", "12"}, nullptr},
-                      RuleCase{{"224", "0", "1", "9"}, nullptr}, RuleCase{{"224", "0", "1", "19"}, nullptr},
-                      RuleCase{{"255", "255", "255", "254"}, nullptr},
-                      // Text, not numbers: leading zeros make another address.
-                      RuleCase{{"010", "0", "0", "0"}, nullptr}, RuleCase{{"00", "0", "0", "0"}, nullptr},
-                      RuleCase{{"224", "0", "0", "07"}, nullptr},
-                      // Empty boxes: three dots, or an address with nothing behind its last dot.
-                      RuleCase{{"", "", "", ""}, nullptr}, RuleCase{{"224", "0", "0", ""}, nullptr}),
-    [](const auto& info) { return "case" + std::to_string(info.index); });
-
-TEST(AddressRules, AMatchSelectsFocusesAndEmptiesOnlyTheNamedBox) {
-    Editor f({"0", "0", "0", "0"});
-    f.op.focus(f.p.txt_Data_Input);
-    AddressRules(f.sim.dialogs).Address_chk(f.p.txt_Destination_IP, 2);
-    EXPECT_EQ(f.boxes(), (QStringList{"0", "0", "", "0"}));
-    EXPECT_EQ(f.focusedBox(), 2);
-    EXPECT_EQ(f.saved(), QStringLiteral("0.0..0."));
+// The list of addresses no device may have: the four boxes are compared as text with it.
+TEST(AddressRules, AMatchIsToldAndEmptiesOnlyTheNamedBox) {
+    constexpr char kBroadcast[] = "Invalid Address 225.225.225.225 / Address Error / 64";
+    constexpr char kZero[] = "Invalid Address 0.0.0.0 / Address Error / 64";
+    constexpr char kIana[] = "Invalid Address,This Asign for 'IANA' / Address Error / 64";
+    constexpr char kConferencing[] = "Invalid Address,This Asign for Conferencing / Address Error / 64";
+    const struct {
+        Boxes octets;
+        int index;
+        const char* shown;
+    } cases[] = {
+        {{"255", "255", "255", "255"}, 3, kBroadcast},
+        {{"0", "0", "0", "0"}, 3, kZero},
+        {{"0", "0", "0", "0"}, 2, kZero},
+        {{"224", "0", "0", "0"}, 3, kIana},
+        {{"224", "0", "0", "2"}, 0, kIana},
+        {{"224", "0", "0", "4"}, 3, kIana},
+        {{"224", "0", "0", "11"}, 3, kIana},
+        {{"224", "0", "1", "7"}, 3, kConferencing},
+        {{"224", "0", "1", "10"}, 1, kConferencing},
+        {{"224", "0", "1", "18"}, 3, kConferencing},
+        // Neighbours that pass.
+        {{"224", "0", "0", "3"}, 3, ""},
+        {{"224", "0", "0", "12"}, 3, ""},
+        {{"224", "0", "1", "9"}, 3, ""},
+        {{"224", "0", "1", "19"}, 3, ""},
+        {{"255", "255", "255", "254"}, 3, ""},
+        // Text, not numbers: leading zeros make another address.
+        {{"010", "0", "0", "0"}, 3, ""},
+        {{"00", "0", "0", "0"}, 3, ""},
+        {{"224", "0", "0", "07"}, 3, ""},
+        // Empty boxes: three dots, or an address with nothing behind its last dot.
+        {{"", "", "", ""}, 3, ""},
+        {{"224", "0", "0", ""}, 3, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(QStringList({c.octets.begin(), c.octets.end()}).join(u'.').toStdString());
+        Editor f(c.octets);
+        f.op.focus(f.p.txt_Data_Input);
+        AddressRules(f.sim.dialogs).Address_chk(f.p.txt_Destination_IP, c.index);
+        QStringList after(c.octets.begin(), c.octets.end());
+        if (*c.shown != 0) {
+            after[c.index] = QStringLiteral("|");
+        }
+        EXPECT_EQ(f.seen(), after);
+        EXPECT_EQ(f.shown(), QLatin1String(c.shown));
+        after[c.index].remove(u'|');
+        EXPECT_EQ(f.saved(), after.join(u'.') + u'.');
+    }
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 
 #include "app/automated_run.h"
 #include "app/profile.h"
-#include "support/sim_platform.h"
+#include "support/sim_form.h"
 
 #include <gtest/gtest.h>
 
@@ -22,11 +22,13 @@ struct Unattended {
     FrmSimulator form{withDialogs(sim.platform(), dialogs)};
     Panel& p = form.panel();
     QStringList printed;
-    QStringList notes;
     std::unique_ptr<AutomatedRun> run;
 
+    // The destination is the device that listens on 127.0.0.1:4000.
     explicit Unattended(const QStringList& profile, AutomatedRun::Plan plan) {
         form.load();
+        pointAtLoopback(p, 4000);
+        sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
         QString error;
         const auto parsed =
             Profile::parse(profile.join(QLatin1Char('\n')), QStringLiteral("run.ini"), &error);
@@ -34,34 +36,16 @@ struct Unattended {
         EXPECT_EQ(parsed->applyTo(p), std::nullopt);
         run = std::make_unique<AutomatedRun>(
             form, sim.scheduler, sim.scheduler, verdict, plan,
-            AutomatedRun::Output{[this](const QString& row) { printed << row; },
-                                 [this](const QString& note) { notes << note; }});
+            AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}});
     }
-    // Runs until the program closes, or fails the test at `limit`.
-    void go(Ms limit = 60000) {
+    // Runs until the program closes, or fails the test a minute on.
+    void go() {
         run->begin();
-        sim.scheduler.runUntil(limit);
+        sim.scheduler.runUntil(60000);
         EXPECT_TRUE(sim.scheduler.quitRequested()) << "the run did not close the program";
     }
     QStringList rows() const { return p.List1.rows(); }
 };
-
-const QStringList kDestination = {
-    QStringLiteral("txt_Destination_IP(0)=127"), QStringLiteral("txt_Destination_IP(1)=0"),
-    QStringLiteral("txt_Destination_IP(2)=0"), QStringLiteral("txt_Destination_IP(3)=1"),
-    QStringLiteral("txt_Destination_Port=4000")};
-
-// The device answers each piece with the same bytes.
-void echoingDevice(SimNetwork& network) {
-    network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
-    network.onLink = [](const std::shared_ptr<DeviceLink>& link) {
-        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
-            if (auto device = weak.lock()) {
-                device->send(bytes);
-            }
-        };
-    };
-}
 
 TEST(AutomatedRun, AListeningRunEndsWithCloseAndClosesOnceTheListenHandlerHasReturned) {
     Unattended f({QStringLiteral("opt_Client=true"), QStringLiteral("txt_Port=5000")}, {true, 2000});
@@ -96,12 +80,10 @@ TEST(AutomatedRun, AMessageBoxAloneFailsTheRun) {
 }
 
 TEST(AutomatedRun, AProgramRunIsStartedAndEndedByItsOwnButton) {
-    Unattended f(kDestination + QStringList{QStringLiteral("opt_Send_Only=true"),
-                                            QStringLiteral("chkMode=true"), QStringLiteral("txtStep(0)=one"),
-                                            QStringLiteral("txtTimeGap(0)=100"),
-                                            QStringLiteral("txtStep(1)=two")},
+    Unattended f(QStringList{QStringLiteral("opt_Send_Only=true"), QStringLiteral("chkMode=true"),
+                             QStringLiteral("txtStep(0)=one"), QStringLiteral("txtTimeGap(0)=100"),
+                             QStringLiteral("txtStep(1)=two")},
                  {true, 3000});
-    f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
     f.go();
     ASSERT_TRUE(f.sim.network.lastLink());
     EXPECT_EQ(f.sim.network.lastLink()->received(), bytesOf("onetwo"));
@@ -113,11 +95,14 @@ TEST(AutomatedRun, AProgramRunIsStartedAndEndedByItsOwnButton) {
 }
 
 TEST(AutomatedRun, ConnectAndCloseIsStartedByItsOwnButton) {
-    Unattended f(kDestination + QStringList{QStringLiteral("Opt_Cnn2=true"),
-                                            QStringLiteral("opt_Receive_Only=true"),
-                                            QStringLiteral("txt_Data_Input=hi")},
+    Unattended f(QStringList{QStringLiteral("Opt_Cnn2=true"), QStringLiteral("opt_Receive_Only=true"),
+                             QStringLiteral("txt_Data_Input=hi")},
                  {true, 2000});
-    echoingDevice(f.sim.network);
+    f.sim.network.onLink = [](const std::shared_ptr<DeviceLink>& link) {
+        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
+            weak.lock()->send(bytes);
+        };
+    };
     f.go();
     ASSERT_TRUE(f.sim.network.lastLink());
     EXPECT_EQ(f.sim.network.lastLink()->received(), bytesOf("hi"));
@@ -126,7 +111,7 @@ TEST(AutomatedRun, ConnectAndCloseIsStartedByItsOwnButton) {
 }
 
 TEST(AutomatedRun, AnEndDuringAConnectWaitWaitsForItsOutcome) {
-    Unattended f(kDestination, {true, 300});
+    Unattended f({}, {true, 300});
     f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000, Answer::Ignore);
     f.go();
     // The wait ran its second (the line bears the time the attempt began); its failure came before the
@@ -136,8 +121,7 @@ TEST(AutomatedRun, AnEndDuringAConnectWaitWaitsForItsOutcome) {
 }
 
 TEST(AutomatedRun, AnEndBeforeTheStartPressesNothing) {
-    Unattended f(kDestination, {true, std::nullopt});
-    f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
+    Unattended f({}, {true, std::nullopt});
     f.run->begin();
     f.run->end(); // a signal as the program comes up
     f.sim.scheduler.runUntil(5000);
@@ -160,7 +144,7 @@ TEST(AutomatedRun, AStartHandlerThatDoesNotReturnIsCutShortAfterTheGrace) {
         }
     };
     f.go();
-    EXPECT_EQ(quitAt, 1000 + AutomatedRun::kGraceMs);
+    EXPECT_EQ(quitAt, 6000) << "five seconds of grace after the end";
 }
 
 TEST(RunVerdict, AFailedAnswerFailsTheRunAtEveryLevelThatWritesItsRecord) {

@@ -3,6 +3,7 @@
 #include "support/files.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <fcntl.h>
+#include <numeric>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -25,42 +27,37 @@ QByteArray line(int i, qsizetype size = 40) {
     return text + "\r\n";
 }
 
-template <class Appender> class FileAppenders : public ::testing::Test {
-protected:
-    QTemporaryDir dir;
-    QString path(const char* relative) const { return dir.filePath(QString::fromLatin1(relative)); }
-    QByteArray native(const char* relative) const { return file_append::nativeName(path(relative)); }
-};
+template <class Appender> class FileAppenders : public ::testing::Test {};
 using Appenders = ::testing::Types<DirectAppender, AppendQueue>;
 TYPED_TEST_SUITE(FileAppenders, Appenders);
 
 TYPED_TEST(FileAppenders, KeepEachFilesLinesInOrderAndMakeItsMissingFolderTheWayAsked) {
+    QTemporaryDir dir;
     TypeParam files;
-    QByteArray named;
-    QByteArray daily;
-    // The named log may lie folders deep; the daily log's folder is made one level deep, and only that.
+    // The named log may lie folders deep; the daily log's folder is made one level deep, and only that,
+    // and made again when it was removed between two lines.
+    const auto append = [&](const char* file, MakeFolder how, const QByteArray& text) {
+        const QString path = dir.filePath(QLatin1String(file));
+        files.append(file_append::nativeName(path), QFileInfo(path).path(), how, text);
+    };
+    QByteArray expected;
     for (int i = 0; i < 300; ++i) {
         const QByteArray text = line(i, i % 7 == 0 ? 70'000 : 40);
-        files.append(this->native("Log/a/b/named.dat"), this->path("Log/a/b"), MakeFolder::WholePath, text);
-        files.append(this->native("log/STAT.log"), this->path("log"), MakeFolder::LastLevel, text);
-        files.append(this->native("gone/log/STAT.log"), this->path("gone/log"), MakeFolder::LastLevel, text);
-        named += text;
-        daily += text;
+        append("Log/a/b/named.dat", MakeFolder::WholePath, text);
+        append("log/STAT.log", MakeFolder::LastLevel, text);
+        append("log/other.log", MakeFolder::LastLevel, line(i + 1)); // another file of the same folder
+        append("gone/log/STAT.log", MakeFolder::LastLevel, text);
+        expected += text;
     }
     files.flush();
-    EXPECT_EQ(fileBytes(this->path("Log/a/b/named.dat")), named);
-    EXPECT_EQ(fileBytes(this->path("log/STAT.log")), daily);
-    EXPECT_FALSE(QDir(this->path("gone")).exists()) << "one level is made, not two";
-}
-
-TYPED_TEST(FileAppenders, MakeAFolderAgainThatWasRemovedBetweenTwoLines) {
-    TypeParam files;
-    files.append(this->native("log/STAT.log"), this->path("log"), MakeFolder::LastLevel, "one\r\n");
+    EXPECT_EQ(fileBytes(dir.filePath(QStringLiteral("Log/a/b/named.dat"))), expected);
+    EXPECT_EQ(fileBytes(dir.filePath(QStringLiteral("log/STAT.log"))), expected);
+    EXPECT_EQ(fileBytes(dir.filePath(QStringLiteral("log/other.log"))).left(80), line(1) + line(2));
+    EXPECT_FALSE(QDir(dir.filePath(QStringLiteral("gone"))).exists()) << "one level is made, not two";
+    ASSERT_TRUE(QDir(dir.filePath(QStringLiteral("log"))).removeRecursively());
+    append("log/STAT.log", MakeFolder::LastLevel, "two\r\n");
     files.flush();
-    ASSERT_TRUE(QDir(this->path("log")).removeRecursively());
-    files.append(this->native("log/STAT.log"), this->path("log"), MakeFolder::LastLevel, "two\r\n");
-    files.flush();
-    EXPECT_EQ(fileBytes(this->path("log/STAT.log")), QByteArray("two\r\n"));
+    EXPECT_EQ(fileBytes(dir.filePath(QStringLiteral("log/STAT.log"))), QByteArray("two\r\n"));
 }
 
 TEST(AppendQueue, WritesEverythingWaitingBeforeItEnds) {
@@ -84,9 +81,9 @@ TEST(AppendQueue, HoldsTheLoggingThreadWhileFullAndLosesNothing) {
     QTemporaryDir dir;
     const QString fifo = dir.filePath(QStringLiteral("slow.log"));
     ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
-    const qsizetype total = 5 * AppendQueue::kWaitingLimit;
+    constexpr qsizetype kWaitingLimit = qsizetype{8} << 20; // what may wait before the logging thread does
     QByteArray expected;
-    for (int i = 0; expected.size() < total; ++i) {
+    for (int i = 0; expected.size() < 5 * kWaitingLimit; ++i) {
         expected += line(i, 100'000);
     }
 
@@ -115,7 +112,7 @@ TEST(AppendQueue, HoldsTheLoggingThreadWhileFullAndLosesNothing) {
     }
     logging.join();
     // What waits, what the writer has taken and not yet written, and what the pipe holds.
-    EXPECT_LE(mostAhead, 2 * AppendQueue::kWaitingLimit + (qsizetype{1} << 20));
+    EXPECT_LE(mostAhead, 2 * kWaitingLimit + (qsizetype{1} << 20));
     EXPECT_EQ(read.size(), expected.size());
     EXPECT_TRUE(read == expected) << "every line once, in order";
 }
@@ -123,18 +120,14 @@ TEST(AppendQueue, HoldsTheLoggingThreadWhileFullAndLosesNothing) {
 TEST(FileAppend, WritesLongAndShortPiecesWholeAndInOrder) {
     QTemporaryDir dir;
     const QByteArray file = file_append::nativeName(dir.filePath(QStringLiteral("x.log")));
-    // Pieces shorter and longer than what one write call carries, and exactly that much.
-    const QByteArray pieces[] = {line(0, 10), line(1, 70'000), line(2, file_append::kMostInOneCall),
-                                 line(3, 3),  QByteArray(),    line(4, file_append::kMostInOneCall - 13),
-                                 line(5, 20)};
-    std::vector<QByteArrayView> views(std::begin(pieces), std::end(pieces));
-    QByteArray expected;
-    for (const QByteArray& piece : pieces) {
-        expected += piece;
-    }
+    // Pieces shorter and longer than the 64 KiB one write call carries, and exactly that much.
+    const QByteArray pieces[] = {line(0, 10),  line(1, 70'000),     line(2, 65536), line(3, 3),
+                                 QByteArray(), line(4, 65536 - 13), line(5, 20)};
+    const std::vector<QByteArrayView> views(std::begin(pieces), std::end(pieces));
     ASSERT_EQ(file_append::append(file, views), file_append::Result::Written);
     ASSERT_EQ(file_append::append(file, views), file_append::Result::Written);
-    EXPECT_EQ(fileBytes(QFile::decodeName(file)), expected + expected);
+    const QByteArray once = std::accumulate(std::begin(pieces), std::end(pieces), QByteArray());
+    EXPECT_EQ(fileBytes(QFile::decodeName(file)), once + once);
     EXPECT_EQ(file_append::append(file_append::nativeName(dir.filePath(QStringLiteral("none/x.log"))), views),
               file_append::Result::NoFolder);
 }

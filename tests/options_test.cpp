@@ -1,86 +1,88 @@
-#include "support/scenario.h"
+#include "support/panel_state.h"
+#include "support/sim_form.h"
 
 #include <gtest/gtest.h>
 
 namespace sim::test {
 namespace {
 
-TEST(ActionOptions, SendOnlyOpensTheRepeatRowAndTheOthersCloseIt) {
-    SimForm f;
-    Panel& p = f.p;
-    f.op.click(p.opt_Send_Only);
-    for (const Control* on : std::initializer_list<const Control*>{
-             &p.opt_Repeat, &p.opt_OneTime, &p.com_Timegap, &p.com_Count, &p.chkMode}) {
-        EXPECT_TRUE(on->enabled()) << on->name().toStdString();
+// The operator clicks the named controls in turn on the loaded panel; then the facts hold (see factsOf).
+TEST(Options, EachChoiceEnablesAndColoursTheControlsThatGoWithIt) {
+    const struct {
+        const char* clicks;
+        const char* facts;
+    } cases[] = {
+        {"opt_Send_Only", "+opt_Repeat +opt_OneTime +com_Timegap#FFFFFF +com_Count#FFFFFF +chkMode"},
+        {"opt_Send_Only opt_Receive_Only",
+         "-opt_Repeat -opt_OneTime -com_Timegap#8000000F -com_Count#8000000F -chkMode"},
+        {"opt_Send_Only opt_Send_input",
+         "-opt_Repeat -opt_OneTime -com_Timegap#8000000F -com_Count#8000000F -chkMode"},
+        {"opt_Send_Only opt_Send_recv",
+         "-opt_Repeat -opt_OneTime -com_Timegap#8000000F -com_Count#8000000F -chkMode"},
+        // OneTime closes the combos and their labels but leaves their colour; Send Only opens the combos
+        // again, not the labels.
+        {"opt_Send_Only opt_OneTime", "-com_Timegap#FFFFFF -com_Count -Label5 -Label6"},
+        {"opt_Send_Only opt_OneTime opt_Receive_Only opt_Send_Only",
+         "+com_Timegap +com_Count -Label5 -Label6"},
+        {"opt_Send_Only opt_OneTime opt_Repeat", "+com_Timegap +com_Count +Label5 +Label6"},
+        // Program mode; leaving it through an action ends with Repeat enabled, as unticking enables it after
+        // the action disabled it, and with Send and Close enabled although there is no link.
+        {"opt_Send_Only chkMode",
+         "opt_OneTime=1 -opt_Repeat +Frame10 -txt_Data_Input -Cmd_Start -Cmd_Send -cmd_End"},
+        {"opt_Send_Only chkMode opt_Send_recv",
+         "-chkMode=0 +opt_Repeat -Frame10 +txt_Data_Input +Cmd_Send +cmd_End"},
+        {"Opt_Cnn2", "-Cmd_Start -Cmd_Send -cmd_End +cmd_CSend"},
+        {"Opt_Cnn2 Opt_Cnn1", "+Cmd_Start +Cmd_Send +cmd_End -cmd_CSend"},
+        {"opt_File", "+Label7 +txt_Logfile +cmd_browser"},
+        {"opt_File opt_None", "-Label7 -txt_Logfile -cmd_browser"},
+        {"opt_File opt_List", "-Label7 -txt_Logfile -cmd_browser"},
+        {"Opt_List_File", "+Label7 +txt_Logfile +cmd_browser"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.clicks);
+        SimForm f;
+        for (const QString& name : QString::fromLatin1(c.clicks).split(u' ')) {
+            EXPECT_TRUE(f.op.click(*f.p.find(name.toStdString()))) << name.toStdString();
+        }
+        EXPECT_EQ(factsOf(f.p, QString::fromLatin1(c.facts)), QLatin1String(c.facts));
     }
-    EXPECT_EQ(p.com_Timegap.backColor(), 0xFFFFFFU);
-    EXPECT_EQ(p.com_Count.backColor(), 0xFFFFFFU);
-    for (const char* other : {"opt_Receive_Only", "opt_Send_input", "opt_Send_recv"}) {
-        f.op.click(p.opt_Send_Only);
-        f.op.click(*p.find(other));
-        EXPECT_FALSE(p.opt_Repeat.enabled()) << other;
-        EXPECT_FALSE(p.com_Count.enabled()) << other;
-        EXPECT_FALSE(p.chkMode.enabled()) << other;
-        EXPECT_EQ(p.com_Count.backColor(), 0x8000000FU) << other;
+}
+
+TEST(DataInput, TheFilterOfTheChosenFormatRefusesCharactersAndTheCounterCountsBytes) {
+    const struct {
+        const char* format;
+        const char16_t* typed;
+        const char16_t* text;
+        const char* count;
+    } cases[] = {
+        // Hexadecimal: digits, A to F and Backspace pass; two characters are a byte.
+        {"opt_HexA", u"4g1 .A\u00E9f0", u"41Af0", "2"},
+        {"opt_HexA", u"4g1 .A\u00E9f0\b", u"41Af", "2"},
+        {"opt_HexA", u"4g1 .A\u00E9f0\b\b", u"41A", "1"},
+        {"opt_HexA", u"/:@G`g", u"", "0"},
+        // ASCII: every character of the code page passes, each is a byte.
+        {"opt_Ascii", u"a \u4E2Db\u00E9", u"a b\u00E9", "4"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(QString::fromUtf16(c.typed).toStdString());
+        SimForm f;
+        f.op.click(*f.p.find(c.format));
+        for (TextBox* box : {&f.p.txt_Data_Input, &f.p.txtStep(2)}) {
+            f.p.chkMode.setValue(box == &f.p.txtStep(2) ? 1 : 0);
+            f.keys.type(*box, QString::fromUtf16(c.typed));
+            EXPECT_EQ(box->text(), QString::fromUtf16(c.text)) << box->name().toStdString();
+            EXPECT_EQ(f.p.focused(), box);
+        }
+        EXPECT_EQ(f.p.Label9.caption(), QLatin1String(c.count));
+        EXPECT_EQ(f.p.lvlcnt_Byte(2).caption(), QLatin1String(c.count));
     }
 }
 
-TEST(ActionOptions, RepeatAndOneTimeSwitchTheCombosWithoutTouchingTheirColour) {
-    SimForm f;
-    Panel& p = f.p;
-    f.op.click(p.opt_Send_Only);
-    f.op.click(p.opt_OneTime);
-    EXPECT_FALSE(p.com_Timegap.enabled());
-    EXPECT_FALSE(p.Label5.enabled());
-    EXPECT_EQ(p.com_Timegap.backColor(), 0xFFFFFFU);
-    // Send Only opens the combos even with OneTime chosen; their labels stay off.
-    f.op.click(p.opt_Receive_Only);
-    f.op.click(p.opt_Send_Only);
-    EXPECT_TRUE(p.com_Timegap.enabled());
-    EXPECT_FALSE(p.Label6.enabled());
-    f.op.click(p.opt_Repeat);
-    EXPECT_TRUE(p.Label5.enabled());
-}
-
-TEST(ActionOptions, LeavingProgramModeThroughAnActionEndsWithRepeatEnabled) {
-    SimForm f;
-    Panel& p = f.p;
-    f.op.click(p.opt_Send_Only);
-    f.op.click(p.chkMode);
-    EXPECT_TRUE(p.opt_OneTime.value());
-    EXPECT_FALSE(p.opt_Repeat.enabled());
-    EXPECT_TRUE(p.Frame10.enabled());
-    EXPECT_FALSE(p.txt_Data_Input.enabled());
-    f.op.click(p.opt_Send_recv);
-    EXPECT_EQ(p.chkMode.value(), 0);
-    EXPECT_FALSE(p.chkMode.enabled());
-    EXPECT_TRUE(p.opt_Repeat.enabled()) << "the program mode handler ran after the action disabled it";
-    EXPECT_FALSE(p.Frame10.enabled());
-    EXPECT_TRUE(p.Cmd_Send.enabled()) << "unticking enables Send and Close with no link";
-    EXPECT_TRUE(p.cmd_End.enabled());
-}
-
-TEST(ConnectionStyle, EachStyleSetsTheFourButtons) {
-    SimForm f;
-    Panel& p = f.p;
-    f.op.click(p.Opt_Cnn2);
-    EXPECT_FALSE(p.Cmd_Start.enabled());
-    EXPECT_FALSE(p.Cmd_Send.enabled());
-    EXPECT_FALSE(p.cmd_End.enabled());
-    EXPECT_TRUE(p.cmd_CSend.enabled());
-    f.op.click(p.Opt_Cnn1);
-    EXPECT_TRUE(p.Cmd_Start.enabled());
-    EXPECT_TRUE(p.Cmd_Send.enabled()) << "also with no link";
-    EXPECT_TRUE(p.cmd_End.enabled());
-    EXPECT_FALSE(p.cmd_CSend.enabled());
-}
-
-TEST(DataFormat, AChangeEmptiesTheDataFieldButNotTheSteps) {
+TEST(DataInput, AChangeOfFormatEmptiesTheDataFieldButNotTheSteps) {
     SimForm f;
     Panel& p = f.p;
     f.keys.type(p.txt_Data_Input, QStringLiteral("abc"));
     p.txtStep(1).setText(QStringLiteral("hello"));
-    EXPECT_EQ(p.Label9.caption(), QStringLiteral("3"));
     f.op.click(p.opt_HexA);
     EXPECT_EQ(p.txt_Data_Input.text(), QString());
     EXPECT_EQ(p.Label9.caption(), QStringLiteral("0"));
@@ -88,42 +90,6 @@ TEST(DataFormat, AChangeEmptiesTheDataFieldButNotTheSteps) {
     EXPECT_EQ(p.lvlcnt_Byte(1).caption(), QStringLiteral("5")) << "counted in the form of its last change";
     p.txtStep(1).setText(QStringLiteral("hello!"));
     EXPECT_EQ(p.lvlcnt_Byte(1).caption(), QStringLiteral("3"));
-}
-
-TEST(DataInput, TheHexFilterAdmitsDigitsAndBackspaceOnlyAndTheCounterHalves) {
-    SimForm f;
-    Panel& p = f.p;
-    f.op.click(p.opt_HexA);
-    f.keys.type(p.txt_Data_Input, QStringLiteral("4g1 .A\u00E9f0"));
-    EXPECT_EQ(p.txt_Data_Input.text(), QStringLiteral("41Af0"));
-    EXPECT_EQ(p.Label9.caption(), QStringLiteral("2"));
-    f.keys.press(QChar(u'\b'));
-    EXPECT_EQ(p.Label9.caption(), QStringLiteral("2"));
-    f.keys.press(QChar(u'\b'));
-    EXPECT_EQ(p.txt_Data_Input.text(), QStringLiteral("41A"));
-    EXPECT_EQ(p.Label9.caption(), QStringLiteral("1"));
-}
-
-TEST(DataInput, TheAsciiFilterRefusesOnlyCharactersOutsideTheCodePage) {
-    SimForm f;
-    Panel& p = f.p;
-    f.keys.type(p.txt_Data_Input, QStringLiteral("a \u4E2Db\u00E9"));
-    EXPECT_EQ(p.txt_Data_Input.text(), QStringLiteral("a b\u00E9"));
-    EXPECT_EQ(p.Label9.caption(), QStringLiteral("4"));
-    EXPECT_EQ(p.focused(), &p.txt_Data_Input);
-}
-
-TEST(LogLevel, TheFileRowFollowsTheLevelClickedLast) {
-    SimForm f;
-    Panel& p = f.p;
-    f.op.click(p.opt_File);
-    EXPECT_TRUE(p.Label7.enabled());
-    EXPECT_TRUE(p.txt_Logfile.enabled());
-    EXPECT_TRUE(p.cmd_browser.enabled());
-    f.op.click(p.opt_None);
-    EXPECT_FALSE(p.txt_Logfile.enabled());
-    f.op.click(p.Opt_List_File);
-    EXPECT_TRUE(p.cmd_browser.enabled());
 }
 
 } // namespace
