@@ -15,23 +15,10 @@ namespace sim::test {
 
 Scheduler::Scheduler(QDateTime start) : start_(std::move(start)) {}
 
-void Scheduler::at(Ms at, std::function<void()> fn) {
-    queue_.emplace(Key{std::max(at, now_), seq_++}, std::move(fn));
-}
-
-std::uint64_t Scheduler::cancelable(Ms at, std::function<void()> fn) {
+Scheduler::Key Scheduler::at(Ms at, std::function<void()> fn) {
     const Key key{std::max(at, now_), seq_++};
     queue_.emplace(key, std::move(fn));
-    keyOf_[key.seq] = key;
-    return key.seq;
-}
-
-void Scheduler::cancel(std::uint64_t id) {
-    auto it = keyOf_.find(id);
-    if (it != keyOf_.end()) {
-        queue_.erase(it->second);
-        keyOf_.erase(it);
-    }
+    return key;
 }
 
 bool Scheduler::runOneDue() {
@@ -39,7 +26,6 @@ bool Scheduler::runOneDue() {
         return false;
     }
     auto node = queue_.extract(queue_.begin());
-    keyOf_.erase(node.key().seq);
     node.mapped()();
     return true;
 }
@@ -102,9 +88,9 @@ public:
         arm(std::chrono::duration_cast<milliseconds>(first).count());
     }
     void stop() override {
-        if (id_ != 0) {
-            scheduler_.cancel(id_);
-            id_ = 0;
+        if (due_) {
+            scheduler_.cancel(*due_);
+            due_.reset();
         }
     }
 
@@ -113,7 +99,7 @@ private:
     // counts from when that tick was due. A tick that comes late (a dialog held it) comes once, and the
     // next one an interval after it: late ticks are never caught up.
     void arm(Ms due) {
-        id_ = scheduler_.cancelable(due, [this, due] {
+        due_ = scheduler_.at(due, [this, due] {
             if (tickDue_) {
                 arm(scheduler_.now() + interval_); // the handler of the last tick still runs
                 return;
@@ -126,7 +112,7 @@ private:
     Scheduler& scheduler_;
     std::function<void()> onTick_;
     int interval_ = 0;
-    std::uint64_t id_ = 0;
+    std::optional<Scheduler::Key> due_;          // the next tick
     std::optional<tick_schedule::Time> tickDue_; // while the handler of a tick runs
 };
 
@@ -177,24 +163,9 @@ void DeviceLink::startReading() {
     if (!waiting.empty()) {
         carry(waiting);
     }
-    if (std::exchange(closeUnread_, false)) {
-        closedBySimulator();
-    }
     if (socket_ != nullptr) {
         socket_->peerRead();
     }
-}
-
-void DeviceLink::closedBySimulator() {
-    if (!unread_.empty()) {
-        closeUnread_ = true; // behind the bytes the device has not read yet
-        return;
-    }
-    network_.scheduler_.after(network_.latency, [self = shared_from_this()] {
-        if (self->onClosedBySimulator) {
-            self->onClosedBySimulator();
-        }
-    });
 }
 
 void DeviceLink::end(bool reset) {
@@ -280,35 +251,29 @@ void SimSocket::connect() {
     const auto listener = network_.listeners_.find({remoteHost_, remotePort_});
     const Answer answer = listener == network_.listeners_.end() ? Answer::Refuse : listener->second;
     const unsigned attempt = attempt_;
-    auto& scheduler = network_.scheduler_;
-    switch (answer) {
-    case Answer::Refuse:
-        scheduler.after(network_.latency, [this, attempt] {
-            if (attempt == attempt_) {
-                raiseError(socket_error::kConnectionRefused);
-            }
-        });
-        break;
-    case Answer::Ignore:
-        scheduler.after(21000, [this, attempt] {
-            if (attempt == attempt_ && state() == socket_state::kConnecting) {
+    // A device that ignores the connect lets it time out as the system would, after 21 s.
+    const Ms delay = answer == Answer::Ignore ? 21000 : network_.latency;
+    network_.scheduler_.after(delay, [this, attempt, answer] {
+        if (attempt != attempt_) {
+            return;
+        }
+        if (answer == Answer::Refuse) {
+            raiseError(socket_error::kConnectionRefused);
+            return;
+        }
+        if (answer == Answer::Ignore) {
+            if (state() == socket_state::kConnecting) {
                 raiseError(socket_error::kTimedOut);
             }
-        });
-        break;
-    case Answer::Accept:
-        scheduler.after(network_.latency, [this, attempt] {
-            if (attempt == attempt_) {
-                auto device = std::make_shared<DeviceLink>(network_);
-                network_.links_.push_back(device);
-                link(device);
-                if (network_.onLink) {
-                    network_.onLink(device);
-                }
-            }
-        });
-        break;
-    }
+            return;
+        }
+        auto device = std::make_shared<DeviceLink>(network_);
+        network_.links_.push_back(device);
+        link(device);
+        if (network_.onLink) {
+            network_.onLink(device);
+        }
+    });
 }
 
 void SimSocket::link(std::shared_ptr<DeviceLink> device) {
@@ -377,7 +342,6 @@ void SimSocket::close() {
     ++attempt_;
     if (auto device = std::exchange(device_, nullptr)) {
         device->socket_ = nullptr;
-        device->closedBySimulator();
     }
     const bool changed = state() != socket_state::kClosed;
     setState(socket_state::kClosed);

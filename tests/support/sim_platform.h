@@ -40,8 +40,14 @@ public:
     Ms now() const { return now_; }
     // Where virtual time 0 lies on the local clock.
     void setStart(const QDateTime& start) { start_ = start; }
+    // An event's place in the queue: due time, then the order it was queued in.
+    struct Key {
+        Ms at;
+        std::uint64_t seq;
+        auto operator<=>(const Key&) const = default;
+    };
     // Runs fn at the virtual time `at` (an operator's or the device's action, or a socket event).
-    void at(Ms at, std::function<void()> fn);
+    Key at(Ms at, std::function<void()> fn);
     void after(Ms delay, std::function<void()> fn) { at(now_ + delay, std::move(fn)); }
 
     // As the toolkit's loop would: runs everything due up to `until`, then sets the clock there.
@@ -66,24 +72,17 @@ public:
     int systemMilliseconds() const override { return nowDateTime().time().msec(); }
     QDateTime nowDateTime() const { return start_.addMSecs(now_); }
 
-    // An event that can be taken back before it runs.
-    std::uint64_t cancelable(Ms at, std::function<void()> fn);
-    void cancel(std::uint64_t id);
+    // Takes an event back; one that has run is gone already.
+    void cancel(const Key& key) { queue_.erase(key); }
 
 private:
-    struct Key {
-        Ms at;
-        std::uint64_t seq;
-        auto operator<=>(const Key&) const = default;
-    };
     bool runOneDue();
     QDateTime start_;
     Ms now_ = 0;
     Ms horizon_ = 7LL * 24 * 3600 * 1000;
     bool quit_ = false;
-    std::uint64_t seq_ = 1; // 0 stands for no event
+    std::uint64_t seq_ = 0;
     std::map<Key, std::function<void()>> queue_;
-    std::map<std::uint64_t, Key> keyOf_;
 };
 
 class SimSocket;
@@ -100,10 +99,9 @@ public:
     bool open() const { return socket_ != nullptr && !closing_; }
     const Bytes& received() const { return received_; } // everything the simulator sent
     std::function<void(const Bytes&)> onReceive;        // the device's own answer, if any
-    std::function<void()> onClosedBySimulator;
 
     // A device whose receive path is stuck: what the simulator sends waits on its side, unsent, until
-    // the device reads again. A close of the simulator's comes behind those bytes.
+    // the device reads again.
     void stopReading() { reading_ = false; }
     void startReading();
     qsizetype unread() const { return static_cast<qsizetype>(unread_.size()); }
@@ -114,12 +112,10 @@ private:
     void end(bool reset);
     // What the simulator sent reaches the device one latency later, or waits while it reads nothing.
     void carry(const Bytes& bytes);
-    void closedBySimulator();
     SimNetwork& network_;
     SimSocket* socket_ = nullptr;
     bool closing_ = false;
     bool reading_ = true;
-    bool closeUnread_ = false; // the simulator closed with bytes still unread
     Bytes received_;
     Bytes unread_;
 };
