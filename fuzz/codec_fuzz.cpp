@@ -51,9 +51,8 @@ void asciiFromBytes(const std::uint8_t* data, std::size_t size) {
         return;
     }
     check(payload == Bytes(data, data + size));
-    QByteArray record;
-    sim::record::appendAsciiPayload(record, payload, static_cast<int>(payload.size()));
-    check(record == bytes);
+    sim::record::PayloadText record;
+    check(record.render(payload, static_cast<int>(payload.size()), true) == bytes);
 }
 
 // Any UTF-16 text: Str2Ary fails, or gives bytes whose text is the text typed.
@@ -82,8 +81,8 @@ void hexFromText(const std::uint8_t* data, std::size_t size) {
         return;
     }
     check(payload.size() == size / 2);
-    QByteArray rendered;
-    sim::record::appendHexPayload(rendered, payload, static_cast<int>(payload.size()));
+    sim::record::PayloadText text;
+    const QByteArray& rendered = text.render(payload, static_cast<int>(payload.size()), false);
     qsizetype at = 0;
     for (std::size_t i = 0; i < payload.size(); ++i) {
         const int high = hexValue(typed[static_cast<qsizetype>(2 * i)]);
