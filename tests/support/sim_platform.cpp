@@ -135,7 +135,8 @@ void DeviceLink::send(const Bytes& bytes) {
     SimSocket* socket = socket_;
     socket->network_.scheduler_.after(socket->network_.latency, [this, socket, bytes] {
         if (socket_ == socket) {
-            socket->deliver(bytes);
+            socket->received(reinterpret_cast<const char*>(bytes.data()),
+                             static_cast<qsizetype>(bytes.size()));
         }
     });
 }
@@ -164,7 +165,7 @@ void DeviceLink::startReading() {
         carry(waiting);
     }
     if (socket_ != nullptr) {
-        socket_->peerRead();
+        socket_->outboxDrained();
     }
 }
 
@@ -179,11 +180,7 @@ void DeviceLink::end(bool reset) {
         if (socket_ == socket) {
             socket_ = nullptr;
             socket->device_.reset();
-            if (reset) {
-                socket->peerReset();
-            } else {
-                socket->peerGone();
-            }
+            reset ? socket->raiseError(socket_error::kConnectionReset) : socket->peerClosed();
         }
     });
 }

@@ -173,15 +173,6 @@ public:
     void injectError(int number) { raiseError(number); }
     std::vector<std::pair<int, Bytes>> sent; // each SendData, with the virtual time it was made
 
-    // Calls a real socket makes available to the carrier.
-    void deliver(const Bytes& bytes) {
-        received(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
-    }
-    void peerGone() { peerClosed(); }
-    void peerReset() { raiseError(socket_error::kConnectionReset); }
-    void peerRead() { outboxDrained(); }
-    void requestFrom(std::shared_ptr<DeviceLink> link);
-
 protected:
     void postEvent(std::function<void()> event) override { network_.scheduler_.post(std::move(event)); }
     void transmit(const Bytes& data) override;
@@ -189,6 +180,8 @@ protected:
 
 private:
     friend class DeviceLink;
+    friend class SimNetwork;
+    void requestFrom(std::shared_ptr<DeviceLink> link);
     void link(std::shared_ptr<DeviceLink> device);
     SimNetwork& network_;
     QString remoteHost_;
