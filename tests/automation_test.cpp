@@ -23,13 +23,12 @@ int freePort() {
 }
 
 QStringList destination(int port) {
-    return {QStringLiteral("txt_Destination_IP(0)=127"), QStringLiteral("txt_Destination_IP(1)=0"),
-            QStringLiteral("txt_Destination_IP(2)=0"), QStringLiteral("txt_Destination_IP(3)=1"),
-            QStringLiteral("txt_Destination_Port=%1").arg(port)};
+    return {"txt_Destination_IP(0)=127", "txt_Destination_IP(1)=0", "txt_Destination_IP(2)=0",
+            "txt_Destination_IP(3)=1", QStringLiteral("txt_Destination_Port=%1").arg(port)};
 }
 
 QStringList listenOn(int port) {
-    return {QStringLiteral("opt_Client=true"), QStringLiteral("txt_Port=%1").arg(port)};
+    return {"opt_Client=true", QStringLiteral("txt_Port=%1").arg(port)};
 }
 
 class Program : public ::testing::Test {
@@ -157,11 +156,10 @@ TEST_F(Program, AQuietDialToAPortWhereNothingListensExitsWithOne) {
 TEST_F(Program, ARepeatRunOfTwentySendsAtTenMillisecondsDeliversExactlyTheirBytes) {
     QTcpServer peer;
     ASSERT_TRUE(peer.listen(QHostAddress::LocalHost, 0));
-    start(destination(peer.serverPort()) +
-              QStringList{QStringLiteral("opt_Send_Only=true"), QStringLiteral("opt_Repeat=true"),
-                          QStringLiteral("com_Timegap=0.01"), QStringLiteral("com_Count=20"),
-                          QStringLiteral("txt_Data_Input=ping")},
-          {QStringLiteral("--start"), QStringLiteral("--duration=1.5")});
+    start(destination(peer.serverPort()) + QStringList{"opt_Send_Only=true", "opt_Repeat=true",
+                                                       "com_Timegap=0.01", "com_Count=20",
+                                                       "txt_Data_Input=ping"},
+          {"--start", "--duration=1.5"});
     ASSERT_TRUE(peer.waitForNewConnection(5000));
     QTcpSocket* link = peer.nextPendingConnection();
     QByteArray received;
@@ -179,29 +177,28 @@ TEST_F(Program, ARepeatRunOfTwentySendsAtTenMillisecondsDeliversExactlyTheirByte
 TEST_F(Program, ABadProfileExitsWithTwoAndNeitherDialsNorListens) {
     QTcpServer peer;
     ASSERT_TRUE(peer.listen(QHostAddress::LocalHost, 0));
-    const QString path = start(destination(peer.serverPort()) << QStringLiteral("opt_HexA=maybe"),
-                               {QStringLiteral("--start"), QStringLiteral("--duration=1")});
+    const QString path =
+        start(destination(peer.serverPort()) << "opt_HexA=maybe", {"--start", "--duration=1"});
     EXPECT_EQ(finish(), 2);
     EXPECT_EQ(QString::fromUtf8(err),
-              QStringLiteral("traffic_simulator: ") + path +
-                  QStringLiteral(":6: opt_HexA: 'maybe' is no value of an option; use "
-                                 "true or false\n"));
+              "traffic_simulator: " + path +
+                  ":6: opt_HexA: 'maybe' is no value of an option; use true or false\n");
     EXPECT_TRUE(out.isEmpty()) << "no line of a listen or a dial";
     EXPECT_FALSE(peer.waitForNewConnection(100));
 }
 
 TEST_F(Program, APrintedProfileNeedsNoDisplayAndLoadsBackToTheSamePanel) {
-    run({QStringLiteral("--print-profile")});
+    run({"--print-profile"});
     ASSERT_EQ(finish(), 0) << err.toStdString();
     const QByteArray printed = out;
     for (const char* line :
          {"\nopt_Server=true\n", "\ntxt_Destination_IP(0)=100\n", "\ntxt_Destination_Port=4000\n"}) {
         EXPECT_TRUE(printed.contains(line)) << line;
     }
-    EXPECT_TRUE(QFile::exists(root.filePath(QStringLiteral("config/TK7300_SIMUL/Simulator.conf"))))
+    EXPECT_TRUE(QFile::exists(root.filePath("config/TK7300_SIMUL/Simulator.conf")))
         << "the settings of the test's own folder were read and saved";
     out.clear();
-    start(QString::fromUtf8(printed).split(u'\n'), {QStringLiteral("--print-profile")});
+    start(QString::fromUtf8(printed).split(u'\n'), {"--print-profile"});
     ASSERT_EQ(finish(), 0) << err.toStdString();
     EXPECT_EQ(out, printed);
 }
