@@ -1,7 +1,6 @@
 // The services of the Qt platform below the form: timers, the sockets' bound, the settings store, the
-// machine's address, the clock, the folders, the dialogs of a run without a window and the stop signals.
+// machine's address, the clock, the folders and the dialogs of a run without a window.
 
-#include "app/stop_signals.h"
 #include "mixed_platform.h"
 
 #include <QCoreApplication>
@@ -13,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <random>
 #include <set>
 
@@ -199,38 +197,19 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
     EXPECT_EQ(qt::QtFolders().workingFolder(), QDir::toNativeSeparators(before));
 }
 
-TEST(RunWithoutAWindow, AMessageBoxIsAnsweredAtOnceAndPrintedAndTheStopSignalsReachTheLoop) {
+TEST(RunWithoutAWindow, AMessageBoxIsPrintedAndAnsweredAtOnceAndTheSaveDialogIsCancelled) {
     const QString name = QCoreApplication::applicationName();
     QCoreApplication::setApplicationName(QStringLiteral("Simulator"));
     qt::EventGate gate;
     qt::HeadlessDialogs dialogs(gate);
-    bool ran = false;
-    gate.post([&] { ran = true; });
     ::testing::internal::CaptureStderr();
     dialogs.messageBox(QStringLiteral("Input Port No"), msg_style::kCritical, QStringLiteral("Error"));
     dialogs.messageBox(QStringLiteral("IP Address Value Cross Limit"), msg_style::kPlain, std::nullopt);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "Error: Input Port No\nSimulator: IP Address Value Cross Limit\n");
-    EXPECT_EQ(dialogs.showSave({}), std::nullopt) << "the Save dialog is cancelled";
-    EXPECT_FALSE(ran) << "no event of the form ran while a box was open";
+    EXPECT_EQ(dialogs.showSave({}), std::nullopt);
     EXPECT_FALSE(gate.modal());
     QCoreApplication::setApplicationName(name);
-
-    // SIGINT and SIGTERM reach the loop as events, and the old handling comes back afterwards.
-    struct sigaction before {};
-    sigaction(SIGTERM, nullptr, &before);
-    {
-        int stops = 0;
-        const StopSignals stop([&] { ++stops; });
-        qt::QtEventPump pump(gate);
-        std::raise(SIGTERM);
-        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 1; }));
-        std::raise(SIGINT);
-        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 2; }));
-    }
-    struct sigaction after {};
-    sigaction(SIGTERM, nullptr, &after);
-    EXPECT_EQ(after.sa_handler, before.sa_handler);
 }
 
 } // namespace
