@@ -60,7 +60,7 @@ TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSe
     QTcpSocket& link = *device.nextPendingConnection();
     link.setReadBufferSize(4096); // Qt takes no more than this from the system while not reading
     QByteArray pour(qsizetype{48} << 20, Qt::Uninitialized);
-    std::mt19937 random(7);
+    std::mt19937 random(7); // every byte value and pair, CR LF among them
     for (char& b : pour) {
         b = static_cast<char>(random());
     }
@@ -95,23 +95,17 @@ TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSe
     f.op.click(f.p.Cmd_Send); // room again once the device has read
     ASSERT_TRUE(waitFor([&] { return got.size() == pour.size() + 4; }));
     EXPECT_TRUE(got.endsWith("PING"));
-    EXPECT_TRUE(f.p.List1.rows()
-                    .filter(QStringLiteral("] : Send "))
-                    .last()
-                    .endsWith(QStringLiteral("] : Send [4 byte] :  PING")));
+    EXPECT_TRUE(f.p.List1.rows().filter("] : Send ").last().endsWith("] : Send [4 byte] :  PING"));
 }
 
 TEST(QtPlatform, SettingsReachTheStoreAtOnce) {
     qt::QtSettingsStore store;
-    store.write(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"), QStringLiteral("PORT"),
-                QStringLiteral("4711"));
+    store.write("TK7300_SIMUL", "Simulator", "PORT", "4711");
     QSettings fresh(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"));
-    EXPECT_EQ(fresh.value(QStringLiteral("PORT")).toString(), QStringLiteral("4711"));
+    EXPECT_EQ(fresh.value(QStringLiteral("PORT")).toString(), "4711");
     EXPECT_TRUE(fresh.fileName().startsWith(QString::fromLocal8Bit(qgetenv("XDG_CONFIG_HOME"))))
         << "tests keep off the real store";
-    EXPECT_EQ(store.read(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"),
-                         QStringLiteral("ADDRESS"), QStringLiteral("d")),
-              QStringLiteral("d"));
+    EXPECT_EQ(store.read("TK7300_SIMUL", "Simulator", "ADDRESS", "d"), "d");
 }
 
 // The machine's address is one of the IPv4 addresses of its interfaces other than loopback, as the
