@@ -43,17 +43,16 @@ protected:
     void SetUp() override {
         QDir dir(root.path());
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-            env.remove(QLatin1String(name)); // no display at all
+        // No display at all, and a home of its own, under which the settings, data and cache folders lie.
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_CONFIG_HOME",
+                                 "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
+            env.remove(QLatin1String(name));
         }
-        for (const char* sub : {"home", "config", "data", "cache", "runtime", "work"}) {
+        for (const char* sub : {"home", "runtime", "work"}) {
             dir.mkpath(QLatin1String(sub));
         }
-        env.insert(QStringLiteral("HOME"), dir.filePath(QStringLiteral("home")));
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.filePath(QStringLiteral("config")));
-        env.insert(QStringLiteral("XDG_DATA_HOME"), dir.filePath(QStringLiteral("data")));
-        env.insert(QStringLiteral("XDG_CACHE_HOME"), dir.filePath(QStringLiteral("cache")));
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), dir.filePath(QStringLiteral("runtime")));
+        env.insert("HOME", dir.filePath("home"));
+        env.insert("XDG_RUNTIME_DIR", dir.filePath("runtime"));
         QFile::setPermissions(dir.filePath(QStringLiteral("runtime")),
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         process.setProcessEnvironment(env);
@@ -200,7 +199,7 @@ TEST_F(Program, APrintedProfileNeedsNoDisplayAndLoadsBackToTheSamePanel) {
          {"\nopt_Server=true\n", "\ntxt_Destination_IP(0)=100\n", "\ntxt_Destination_Port=4000\n"}) {
         EXPECT_TRUE(printed.contains(line)) << line;
     }
-    EXPECT_TRUE(QFile::exists(root.filePath("config/TK7300_SIMUL/Simulator.conf")))
+    EXPECT_TRUE(QFile::exists(root.filePath("home/.config/TK7300_SIMUL/Simulator.conf")))
         << "the settings of the test's own folder were read and saved";
     out.clear();
     start(QString::fromUtf8(printed).split(u'\n'), {"--print-profile"});
