@@ -39,9 +39,13 @@ struct Unattended {
             form, sim.scheduler, sim.scheduler, verdict, plan,
             AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}});
     }
-    // Runs until the program closes, or fails the test a minute on.
-    void go() {
+    // Runs until the program closes, or fails the test a minute on; ended at once, as by a signal as the
+    // program comes up.
+    void go(bool endAtOnce = false) {
         run->begin();
+        if (endAtOnce) {
+            run->end();
+        }
         sim.scheduler.runUntil(60000);
         EXPECT_TRUE(sim.scheduler.quitRequested()) << "the run did not close the program";
     }
@@ -59,6 +63,7 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
         int rows;
         const char* lastRow;
         const char* profile;
+        bool endAtOnce = false;
     } cases[] = {
         // The lost link the listening side reports a second after its Close is no failure of the run.
         {2000, 0, "AB", 9, "[10:00:02.000] : Server Closed", "opt_Client=true txt_Port=5000"},
@@ -72,6 +77,8 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
         // An end during a connect wait waits for its outcome (the line bears the time the attempt began):
         // a failure that came before the Close.
         {300, 1, "", 1, "[10:00:00.000] : Connection Fail", ""},
+        // Ended before the start, it presses nothing, even without a duration.
+        {0, 0, "", 0, "", "", true},
         // The typed answer is empty: it fails, and fails the run at every level that records it.
         {2000, 0, "", 5, "[10:00:02.000] : Server Closed",
          "opt_Client=true txt_Port=5000 opt_Send_input=true opt_None=true"},
@@ -84,7 +91,7 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.profile);
-        Unattended f(c.profile, {true, c.durationMs});
+        Unattended f(c.profile, {true, c.durationMs > 0 ? std::optional(c.durationMs) : std::nullopt});
         if (*c.profile == 0) {
             f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000, Answer::Ignore);
         }
@@ -94,7 +101,7 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
                 f.sim.scheduler.at(1000, [device] { device->close(); });
             }
         });
-        f.go();
+        f.go(c.endAtOnce);
         const auto device = f.sim.network.lastLink();
         EXPECT_EQ(device ? device->received() : Bytes(), bytesOf(c.received));
         EXPECT_EQ(f.rows().size(), c.rows);
@@ -106,16 +113,6 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
     closed.ending();
     closed.failure();
     EXPECT_EQ(closed.exitStatus(), 0) << "what comes after the Close does not count";
-}
-
-TEST(AutomatedRun, AnEndBeforeTheStartPressesNothing) {
-    Unattended f("", {true, std::nullopt});
-    f.run->begin();
-    f.run->end(); // a signal as the program comes up
-    f.sim.scheduler.runUntil(5000);
-    EXPECT_TRUE(f.sim.scheduler.quitRequested());
-    EXPECT_TRUE(f.sim.network.dialled().empty());
-    EXPECT_EQ(f.verdict.exitStatus(), 0);
 }
 
 TEST(AutomatedRun, AStartHandlerThatDoesNotReturnIsCutShortAfterTheGrace) {
