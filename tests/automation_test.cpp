@@ -31,7 +31,7 @@ QStringList destination(int port) {
 class Program : public ::testing::Test {
 protected:
     QTemporaryDir root;
-    QProcess process;
+    QProcess process; // a program still running at the end is killed, before its folder goes
     QByteArray out;
     QByteArray err;
 
@@ -52,13 +52,6 @@ protected:
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         process.setProcessEnvironment(env);
         process.setWorkingDirectory(dir.filePath(QStringLiteral("work")));
-    }
-
-    void TearDown() override {
-        if (process.state() != QProcess::NotRunning) {
-            process.kill();
-            process.waitForFinished(5000);
-        }
     }
 
     // Starts the program headless on a profile of these lines, with the options that follow.

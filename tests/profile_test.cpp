@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <tuple>
 
 namespace sim::test {
 namespace {
@@ -45,11 +46,8 @@ TEST(Profile, NamesEveryControlAnOperatorSetsAndNothingElseTheRoleFirst) {
 // then the other options, then the texts, whatever the order of its lines. Printed, it loads back to the
 // same panel.
 TEST(Profile, AppliesTheRoleThenTheOptionsThenTheTextsAndAPrintedProfileLoadsBack) {
-    const struct {
-        QStringList lines;
-        const char* facts; // see factsOf
-        const char* shown; // the data box, the first step, Label9 and Cmd_Start, between bars
-    } cases[] = {
+    // The lines; the facts they leave (see factsOf); the data box, the first step, Label9 and Cmd_Start.
+    const std::tuple<QStringList, const char*, const char*> cases[] = {
         {{}, "opt_Repeat=1 -com_Timegap -txt_Port", "||0|Connect"},
         // In the order of the lines, the data format's Click would empty the payload after it was written,
         // and the role's Click would select OneTime after the repeat row was set.
@@ -67,8 +65,8 @@ TEST(Profile, AppliesTheRoleThenTheOptionsThenTheTextsAndAPrintedProfileLoadsBac
          "chkMode=1 +cmd_CSend",
          "|\"quoted\"|0|Connect"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.lines.join(u' ').toStdString());
+    for (const auto& [lines, facts, shown] : cases) {
+        SCOPED_TRACE(lines.join(u' ').toStdString());
         SimPlatform sim; // every form starts from the same settings and folders
         FrmSimulator forms[] = {FrmSimulator(sim.platform()), FrmSimulator(sim.platform()),
                                 FrmSimulator(sim.platform())};
@@ -76,13 +74,13 @@ TEST(Profile, AppliesTheRoleThenTheOptionsThenTheTextsAndAPrintedProfileLoadsBac
             form.load();
         }
         const Panel& p = forms[0].panel();
-        ASSERT_EQ(apply(forms[0], c.lines), QString());
-        ASSERT_EQ(apply(forms[1], QStringList(c.lines.rbegin(), c.lines.rend())), QString());
-        EXPECT_EQ(factsOf(p, c.facts), c.facts);
+        ASSERT_EQ(apply(forms[0], lines), QString());
+        ASSERT_EQ(apply(forms[1], QStringList(lines.rbegin(), lines.rend())), QString());
+        EXPECT_EQ(factsOf(p, facts), facts);
         EXPECT_EQ(QStringList({p.txt_Data_Input.text(), p.txtStep(0).text(), p.Label9.caption(),
                                p.Cmd_Start.caption()})
                       .join(u'|'),
-                  c.shown);
+                  shown);
         EXPECT_EQ(panelState(forms[1].panel()), panelState(p));
         const QString printed = Profile::print(p);
         ASSERT_EQ(apply(forms[2], printed.split(u'\n')), QString());
@@ -92,10 +90,7 @@ TEST(Profile, AppliesTheRoleThenTheOptionsThenTheTextsAndAPrintedProfileLoadsBac
 }
 
 TEST(Profile, ABadProfileIsNamedByFileLineAndKeyAndWritesNoText) {
-    const struct {
-        QStringList lines;
-        const char* message;
-    } cases[] = {
+    const std::pair<QStringList, const char*> cases[] = {
         {{"opt_Client=maybe"}, "1: opt_Client: 'maybe' is no value of an option; use true or false"},
         {{"chkMode=2"}, "1: chkMode: '2' is no value of an option; use true or false"},
         {{"opt_Ascii=true", "; a comment", "opt_HexA=true"},
@@ -122,8 +117,8 @@ TEST(Profile, ABadProfileIsNamedByFileLineAndKeyAndWritesNoText) {
         {{"opt_Ascii=false"},
          "1: opt_Ascii: false, but no other option of its group is true, so it stays selected"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.lines.join(u'|').toStdString());
+    for (const auto& [lines, message] : cases) {
+        SCOPED_TRACE(lines.join(u'|').toStdString());
         SimForm f;
         // Options may have been written before the problem was found, but no text and no saved setting.
         const auto texts = [&] {
@@ -131,7 +126,7 @@ TEST(Profile, ABadProfileIsNamedByFileLineAndKeyAndWritesNoText) {
         };
         const QStringList before = texts();
         const int writes = f.sim.settings.writes;
-        EXPECT_EQ(apply(f.form, c.lines), "run.ini:" + QString::fromUtf8(c.message));
+        EXPECT_EQ(apply(f.form, lines), "run.ini:" + QString::fromUtf8(message));
         EXPECT_EQ(texts(), before);
         EXPECT_EQ(f.sim.settings.writes, writes);
     }

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 #include <set>
 
@@ -159,13 +160,8 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
                     .open(QIODevice::WriteOnly));
     ASSERT_TRUE(QFile(path("local/share/applications/org.other.Tool.desktop")).open(QIODevice::WriteOnly));
     ASSERT_TRUE(QFile::link(path("home"), path("home-link")));
-    struct Case {
-        const char* executable;
-        const char* current;
-        const char* program;
-        const char* working;
-    };
-    const Case cases[] = {
+    // Where the program lies and where it was started; its program folder and working folder.
+    const std::array<const char*, 4> cases[] = {
         {"build/src", "build/src", "build/src", "build/src"}, // a build tree or an unpacked archive
         {"usr/bin", "home/project", "data", "home/project"},  // installed; a folder under home was chosen
         {"local/bin", "home", "local/bin", "data"},           // started from the menu
@@ -173,11 +169,11 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
         {"build/src", "home-link", "build/src", "data"},      // the home folder by another name
         {"build/src", "missing", "build/src", "data"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.executable) + " " + c.current);
-        const qt::FolderPlaces places{path(c.executable), path(c.current), path("home"), path("data"), appId};
-        EXPECT_EQ(qt::programFolderOf(places), path(c.program));
-        EXPECT_EQ(qt::workingFolderOf(places), path(c.working));
+    for (const auto& [executable, current, program, working] : cases) {
+        SCOPED_TRACE(std::string(executable) + " " + current);
+        const qt::FolderPlaces places{path(executable), path(current), path("home"), path("data"), appId};
+        EXPECT_EQ(qt::programFolderOf(places), path(program));
+        EXPECT_EQ(qt::workingFolderOf(places), path(working));
     }
     // Started in the real home folder, the platform makes the data folder and gives it.
     const QString before = QDir::currentPath();

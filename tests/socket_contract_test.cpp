@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 #include <sys/socket.h>
 
 namespace sim::test {
@@ -170,9 +172,7 @@ TYPED_TEST(SocketContract, CarriesBytesBothWaysAsAClientAndAsAListenerAndFailsWi
     ASSERT_TRUE(h.waitFor([&] { return first->received().size() == 5; }));
     EXPECT_EQ(this->failure([&] { s.connect(); }), 40006) << "dialled again on a live link";
     Bytes big(100'000);
-    for (std::size_t i = 0; i < big.size(); ++i) {
-        big[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
-    }
+    std::iota(big.begin(), big.end(), std::uint8_t{0});
     first->send(big);
     first->close();
     ASSERT_TRUE(h.waitFor([&] { return this->closes == 1; }));
