@@ -24,114 +24,99 @@ struct Unattended {
     QStringList printed;
     std::unique_ptr<AutomatedRun> run;
 
-    // The destination is the device that listens on 127.0.0.1:4000.
-    explicit Unattended(const QStringList& profile, AutomatedRun::Plan plan) {
+    // The destination is the device that listens on 127.0.0.1:4000. The profile's lines are separated by
+    // blanks.
+    Unattended(const char* profile, AutomatedRun::Plan plan) {
         form.load();
         pointAtLoopback(p, 4000);
         sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
         QString error;
-        const auto parsed =
-            Profile::parse(profile.join(QLatin1Char('\n')), QStringLiteral("run.ini"), &error);
+        const auto parsed = Profile::parse(QString::fromLatin1(profile).replace(u' ', u'\n'),
+                                           QStringLiteral("run.ini"), &error);
         EXPECT_TRUE(parsed) << error.toStdString();
         EXPECT_EQ(parsed->applyTo(p), std::nullopt);
         run = std::make_unique<AutomatedRun>(
             form, sim.scheduler, sim.scheduler, verdict, plan,
             AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}});
     }
-    // Runs until the program closes, or fails the test a minute on.
-    void go() {
+    // Runs until the program closes, or fails the test a minute on; ended at once, as by a signal as the
+    // program comes up.
+    void go(bool endAtOnce = false) {
         run->begin();
+        if (endAtOnce) {
+            run->end();
+        }
         sim.scheduler.runUntil(60000);
         EXPECT_TRUE(sim.scheduler.quitRequested()) << "the run did not close the program";
     }
     QStringList rows() const { return p.List1.rows(); }
 };
 
-TEST(AutomatedRun, AListeningRunEndsWithCloseAndClosesOnceTheListenHandlerHasReturned) {
-    Unattended f({QStringLiteral("opt_Client=true"), QStringLiteral("txt_Port=5000")}, {true, 2000});
-    std::shared_ptr<DeviceLink> device;
-    f.sim.scheduler.at(500, [&] { device = f.sim.network.deviceConnects(5000); });
-    f.sim.scheduler.at(600, [&] { device->send("AB"); });
-    f.sim.scheduler.at(1000, [&] { device->close(); });
-    f.go();
-
-    EXPECT_EQ(device->received(), bytesOf("AB"));
-    const QStringList rows = f.rows();
-    ASSERT_FALSE(rows.isEmpty());
-    EXPECT_EQ(rows.first(), QStringLiteral("[10:00:00.000] : Listen.."));
-    EXPECT_EQ(rows.filter(QStringLiteral("] : Client Disconnected")).size(), 1);
-    EXPECT_EQ(rows.last(), QStringLiteral("[10:00:02.000] : Server Closed"));
-    EXPECT_EQ(f.printed, rows) << "every row is printed as it is added";
-    // Cmd_Start_Click ran its closing step after the loop: the watcher that reports the lost link a
-    // second later is armed, and that report is no failure of the run.
-    EXPECT_TRUE(f.p.client_status.running());
-    EXPECT_EQ(f.p.Server_Socket.state(), socket_state::kClosed);
-    EXPECT_EQ(f.verdict.exitStatus(), 0);
-}
-
-TEST(AutomatedRun, AMessageBoxAloneFailsTheRun) {
-    // No port to listen on; the run ends before the lost link would be reported a second later.
-    Unattended f({QStringLiteral("opt_Client=true")}, {true, 500});
-    f.go();
-    ASSERT_EQ(f.sim.dialogs.shown.size(), 1U);
-    EXPECT_EQ(f.sim.dialogs.shown[0].text, QStringLiteral("Input Port No"));
-    EXPECT_TRUE(f.rows().isEmpty());
-    EXPECT_EQ(f.verdict.exitStatus(), 1);
-}
-
-TEST(AutomatedRun, AProgramRunIsStartedAndEndedByItsOwnButton) {
-    Unattended f(QStringList{QStringLiteral("opt_Send_Only=true"), QStringLiteral("chkMode=true"),
-                             QStringLiteral("txtStep(0)=one"), QStringLiteral("txtTimeGap(0)=100"),
-                             QStringLiteral("txtStep(1)=two")},
-                 {true, 3000});
-    f.go();
-    ASSERT_TRUE(f.sim.network.lastLink());
-    EXPECT_EQ(f.sim.network.lastLink()->received(), bytesOf("onetwo"));
-    EXPECT_EQ(f.p.cmdSendStart.caption(), QStringLiteral("Start"));
-    EXPECT_EQ(f.rows().last(), QStringLiteral("[10:00:03.000] : Client Closed"));
-    EXPECT_TRUE(f.rows().filter(QStringLiteral("] : Client Disconnected")).isEmpty())
-        << "Close cannot be pressed in program mode";
-    EXPECT_EQ(f.verdict.exitStatus(), 0);
-}
-
-TEST(AutomatedRun, ConnectAndCloseIsStartedByItsOwnButton) {
-    Unattended f(QStringList{QStringLiteral("Opt_Cnn2=true"), QStringLiteral("opt_Receive_Only=true"),
-                             QStringLiteral("txt_Data_Input=hi")},
-                 {true, 2000});
-    f.sim.network.onLink = [](const std::shared_ptr<DeviceLink>& link) {
-        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
-            weak.lock()->send(bytes);
-        };
+// Each kind of run is started by its own button and ended as the operator would end it; it fails by what
+// its log tells as it writes it, or by a message box. The device listens on 127.0.0.1:4000, or dials the
+// listening simulator at 0.5 s, sends AB and closes at 1 s.
+TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsAtEveryLevel) {
+    const struct {
+        int durationMs;
+        int status;
+        const char* received; // by the device
+        int rows;
+        const char* lastRow;
+        const char* profile;
+        bool endAtOnce = false;
+    } cases[] = {
+        // The lost link the listening side reports a second after its Close is no failure of the run.
+        {2000, 0, "AB", 9, "[10:00:02.000] : Server Closed", "opt_Client=true txt_Port=5000"},
+        // No port to listen on: the message box alone fails the run.
+        {500, 1, "", 0, "", "opt_Client=true"},
+        // Close cannot be pressed in program mode: the program's own button ends it.
+        {3000, 0, "onetwo", 6, "[10:00:03.000] : Client Closed",
+         "opt_Send_Only=true chkMode=true txtStep(0)=one txtTimeGap(0)=100 txtStep(1)=two"},
+        {2000, 0, "hi", 4, "[10:00:02.000] : Client Disconnected",
+         "Opt_Cnn2=true opt_Receive_Only=true txt_Data_Input=hi"},
+        // An end during a connect wait waits for its outcome (the line bears the time the attempt began):
+        // a failure that came before the Close.
+        {300, 1, "", 1, "[10:00:00.000] : Connection Fail", ""},
+        // Ended before the start, it presses nothing, even without a duration.
+        {0, 0, "", 0, "", "", true},
+        // The typed answer is empty: it fails, and fails the run at every level that records it.
+        {2000, 0, "", 5, "[10:00:02.000] : Server Closed",
+         "opt_Client=true txt_Port=5000 opt_Send_input=true opt_None=true"},
+        {2000, 1, "", 8, "[10:00:02.000] : Server Closed",
+         "opt_Client=true txt_Port=5000 opt_Send_input=true opt_List=true"},
+        {2000, 1, "", 5, "[10:00:02.000] : Server Closed",
+         "opt_Client=true txt_Port=5000 opt_Send_input=true opt_File=true"},
+        {2000, 1, "", 8, "[10:00:02.000] : Server Closed",
+         "opt_Client=true txt_Port=5000 opt_Send_input=true Opt_List_File=true"},
     };
-    f.go();
-    ASSERT_TRUE(f.sim.network.lastLink());
-    EXPECT_EQ(f.sim.network.lastLink()->received(), bytesOf("hi"));
-    EXPECT_EQ(f.rows().filter(QStringLiteral("] : Recv [2 byte] :  hi")).size(), 1);
-    EXPECT_EQ(f.verdict.exitStatus(), 0);
-}
-
-TEST(AutomatedRun, AnEndDuringAConnectWaitWaitsForItsOutcome) {
-    Unattended f({}, {true, 300});
-    f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000, Answer::Ignore);
-    f.go();
-    // The wait ran its second (the line bears the time the attempt began); its failure came before the
-    // Close, so it counts.
-    EXPECT_EQ(f.rows().last(), QStringLiteral("[10:00:00.000] : Connection Fail"));
-    EXPECT_EQ(f.verdict.exitStatus(), 1);
-}
-
-TEST(AutomatedRun, AnEndBeforeTheStartPressesNothing) {
-    Unattended f({}, {true, std::nullopt});
-    f.run->begin();
-    f.run->end(); // a signal as the program comes up
-    f.sim.scheduler.runUntil(5000);
-    EXPECT_TRUE(f.sim.scheduler.quitRequested());
-    EXPECT_TRUE(f.sim.network.dialled().empty());
-    EXPECT_EQ(f.verdict.exitStatus(), 0);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.profile);
+        Unattended f(c.profile, {true, c.durationMs > 0 ? std::optional(c.durationMs) : std::nullopt});
+        if (*c.profile == 0) {
+            f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000, Answer::Ignore);
+        }
+        f.sim.scheduler.at(500, [&] {
+            if (auto device = f.sim.network.deviceConnects(5000)) {
+                f.sim.scheduler.at(600, [device] { device->send("AB"); });
+                f.sim.scheduler.at(1000, [device] { device->close(); });
+            }
+        });
+        f.go(c.endAtOnce);
+        const auto device = f.sim.network.lastLink();
+        EXPECT_EQ(device ? device->received() : Bytes(), bytesOf(c.received));
+        EXPECT_EQ(f.rows().size(), c.rows);
+        EXPECT_EQ(f.rows().value(c.rows - 1), QString::fromUtf8(c.lastRow));
+        EXPECT_EQ(f.printed, f.rows()) << "every row is printed as it is added";
+        EXPECT_EQ(f.verdict.exitStatus(), c.status);
+    }
+    RunVerdict closed;
+    closed.ending();
+    closed.failure();
+    EXPECT_EQ(closed.exitStatus(), 0) << "what comes after the Close does not count";
 }
 
 TEST(AutomatedRun, AStartHandlerThatDoesNotReturnIsCutShortAfterTheGrace) {
-    Unattended f({}, {true, 1000});
+    Unattended f("", {true, 1000});
     Ms quitAt = -1;
     f.p.Cmd_Start.Click = [&] {
         try {
@@ -145,28 +130,6 @@ TEST(AutomatedRun, AStartHandlerThatDoesNotReturnIsCutShortAfterTheGrace) {
     };
     f.go();
     EXPECT_EQ(quitAt, 6000) << "five seconds of grace after the end";
-}
-
-TEST(RunVerdict, AFailedAnswerFailsTheRunAtEveryLevelThatWritesItsRecord) {
-    // The device sends while the typed answer is empty: the answer fails and is recorded, or not at None.
-    const std::pair<const char*, int> levels[] = {
-        {"opt_None", 0}, {"opt_List", 1}, {"opt_File", 1}, {"Opt_List_File", 1}};
-    for (const auto& [level, status] : levels) {
-        SCOPED_TRACE(level);
-        Unattended f({QStringLiteral("opt_Client=true"), QStringLiteral("txt_Port=5000"),
-                      QStringLiteral("opt_Send_input=true"), QLatin1String(level) + QStringLiteral("=true")},
-                     {true, 1000});
-        std::shared_ptr<DeviceLink> device;
-        f.sim.scheduler.at(100, [&] { device = f.sim.network.deviceConnects(5000); });
-        f.sim.scheduler.at(200, [&] { device->send("?"); });
-        f.go();
-        EXPECT_TRUE(device->received().empty());
-        EXPECT_EQ(f.verdict.exitStatus(), status);
-    }
-    RunVerdict closed;
-    closed.ending();
-    closed.failure();
-    EXPECT_EQ(closed.exitStatus(), 0) << "what comes after the Close does not count";
 }
 
 TEST(AutomatedRun, ARowIsPrintedOnOneLine) {

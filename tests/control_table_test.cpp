@@ -181,14 +181,11 @@ TEST(ControlTable, TheFormItsTimersAndTheCombosFixedEntriesAreTheDesignedOnes) {
     EXPECT_STREQ(texts::kFormCaption, "Tarnix Simulator Ver3.5.1 (2011/06/08)");
     EXPECT_EQ(f.p.frmSimulator.width(), 10965);
     EXPECT_EQ(f.p.frmSimulator.height(), 10635);
-    const std::tuple<const Timer*, int, bool> timers[] = {{&f.p.client_status, 1000, false},
-                                                          {&f.p.TmrConnect, 0, true},
-                                                          {&f.p.Timer1, 5000, false},
-                                                          {&f.p.Timer2, 0, false}};
-    for (const auto& [timer, interval, enabled] : timers) {
-        EXPECT_EQ(timer->interval(), interval) << timer->name().toStdString();
-        EXPECT_EQ(timer->enabled(), enabled) << timer->name().toStdString();
+    QStringList timers; // name, interval and " on" for the one enabled at design
+    for (const Timer* t : {&f.p.client_status, &f.p.TmrConnect, &f.p.Timer1, &f.p.Timer2}) {
+        timers << QStringLiteral("%1 %2%3").arg(t->name()).arg(t->interval()).arg(t->enabled() ? " on" : "");
     }
+    EXPECT_EQ(timers.join(", "), "client_status 1000, TmrConnect 0 on, Timer1 5000, Timer2 0");
     EXPECT_EQ(f.p.com_Timegap.entries(), numbers(1, 15, 1));
     EXPECT_EQ(f.p.com_Count.entries(), QStringList{QStringLiteral("Endless")} + numbers(1, 50, 1));
     for (int i = 0; i < 3; ++i) {

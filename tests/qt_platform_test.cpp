@@ -1,7 +1,6 @@
 // The services of the Qt platform below the form: timers, the sockets' bound, the settings store, the
-// machine's address, the clock, the folders, the dialogs of a run without a window and the stop signals.
+// machine's address, the clock, the folders and the dialogs of a run without a window.
 
-#include "app/stop_signals.h"
 #include "mixed_platform.h"
 
 #include <QCoreApplication>
@@ -13,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
+#include <array>
 #include <random>
 #include <set>
 
@@ -62,7 +61,7 @@ TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSe
     QTcpSocket& link = *device.nextPendingConnection();
     link.setReadBufferSize(4096); // Qt takes no more than this from the system while not reading
     QByteArray pour(qsizetype{48} << 20, Qt::Uninitialized);
-    std::mt19937 random(7);
+    std::mt19937 random(7); // every byte value and pair, CR LF among them
     for (char& b : pour) {
         b = static_cast<char>(random());
     }
@@ -97,23 +96,17 @@ TEST(LoopbackBackpressure, ADeviceThatReadsNothingGetsEveryEchoAndTheOperatorsSe
     f.op.click(f.p.Cmd_Send); // room again once the device has read
     ASSERT_TRUE(waitFor([&] { return got.size() == pour.size() + 4; }));
     EXPECT_TRUE(got.endsWith("PING"));
-    EXPECT_TRUE(f.p.List1.rows()
-                    .filter(QStringLiteral("] : Send "))
-                    .last()
-                    .endsWith(QStringLiteral("] : Send [4 byte] :  PING")));
+    EXPECT_TRUE(f.p.List1.rows().filter("] : Send ").last().endsWith("] : Send [4 byte] :  PING"));
 }
 
 TEST(QtPlatform, SettingsReachTheStoreAtOnce) {
     qt::QtSettingsStore store;
-    store.write(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"), QStringLiteral("PORT"),
-                QStringLiteral("4711"));
+    store.write("TK7300_SIMUL", "Simulator", "PORT", "4711");
     QSettings fresh(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"));
-    EXPECT_EQ(fresh.value(QStringLiteral("PORT")).toString(), QStringLiteral("4711"));
+    EXPECT_EQ(fresh.value(QStringLiteral("PORT")).toString(), "4711");
     EXPECT_TRUE(fresh.fileName().startsWith(QString::fromLocal8Bit(qgetenv("XDG_CONFIG_HOME"))))
         << "tests keep off the real store";
-    EXPECT_EQ(store.read(QStringLiteral("TK7300_SIMUL"), QStringLiteral("Simulator"),
-                         QStringLiteral("ADDRESS"), QStringLiteral("d")),
-              QStringLiteral("d"));
+    EXPECT_EQ(store.read("TK7300_SIMUL", "Simulator", "ADDRESS", "d"), "d");
 }
 
 // The machine's address is one of the IPv4 addresses of its interfaces other than loopback, as the
@@ -131,7 +124,7 @@ TEST(QtPlatform, TheSimulatorsAddressIsOneOfTheMachinesOwn) {
         }
     }
     freeifaddrs(list);
-    MixedForm f;
+    MixedForm f; // the form shows what its socket's localIP gives
     const QString shown = f.p.txt_Simulator_IP.text();
     if (own.empty()) {
         EXPECT_EQ(shown, QStringLiteral("127.0.0.1"));
@@ -168,13 +161,8 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
                     .open(QIODevice::WriteOnly));
     ASSERT_TRUE(QFile(path("local/share/applications/org.other.Tool.desktop")).open(QIODevice::WriteOnly));
     ASSERT_TRUE(QFile::link(path("home"), path("home-link")));
-    struct Case {
-        const char* executable;
-        const char* current;
-        const char* program;
-        const char* working;
-    };
-    const Case cases[] = {
+    // Where the program lies and where it was started; its program folder and working folder.
+    const std::array<const char*, 4> cases[] = {
         {"build/src", "build/src", "build/src", "build/src"}, // a build tree or an unpacked archive
         {"usr/bin", "home/project", "data", "home/project"},  // installed; a folder under home was chosen
         {"local/bin", "home", "local/bin", "data"},           // started from the menu
@@ -182,11 +170,11 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
         {"build/src", "home-link", "build/src", "data"},      // the home folder by another name
         {"build/src", "missing", "build/src", "data"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.executable) + " " + c.current);
-        const qt::FolderPlaces places{path(c.executable), path(c.current), path("home"), path("data"), appId};
-        EXPECT_EQ(qt::programFolderOf(places), path(c.program));
-        EXPECT_EQ(qt::workingFolderOf(places), path(c.working));
+    for (const auto& [executable, current, program, working] : cases) {
+        SCOPED_TRACE(std::string(executable) + " " + current);
+        const qt::FolderPlaces places{path(executable), path(current), path("home"), path("data"), appId};
+        EXPECT_EQ(qt::programFolderOf(places), path(program));
+        EXPECT_EQ(qt::workingFolderOf(places), path(working));
     }
     // Started in the real home folder, the platform makes the data folder and gives it.
     const QString before = QDir::currentPath();
@@ -199,38 +187,19 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
     EXPECT_EQ(qt::QtFolders().workingFolder(), QDir::toNativeSeparators(before));
 }
 
-TEST(RunWithoutAWindow, AMessageBoxIsAnsweredAtOnceAndPrintedAndTheStopSignalsReachTheLoop) {
+TEST(RunWithoutAWindow, AMessageBoxIsPrintedAndAnsweredAtOnceAndTheSaveDialogIsCancelled) {
     const QString name = QCoreApplication::applicationName();
     QCoreApplication::setApplicationName(QStringLiteral("Simulator"));
     qt::EventGate gate;
     qt::HeadlessDialogs dialogs(gate);
-    bool ran = false;
-    gate.post([&] { ran = true; });
     ::testing::internal::CaptureStderr();
     dialogs.messageBox(QStringLiteral("Input Port No"), msg_style::kCritical, QStringLiteral("Error"));
     dialogs.messageBox(QStringLiteral("IP Address Value Cross Limit"), msg_style::kPlain, std::nullopt);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "Error: Input Port No\nSimulator: IP Address Value Cross Limit\n");
-    EXPECT_EQ(dialogs.showSave({}), std::nullopt) << "the Save dialog is cancelled";
-    EXPECT_FALSE(ran) << "no event of the form ran while a box was open";
+    EXPECT_EQ(dialogs.showSave({}), std::nullopt);
     EXPECT_FALSE(gate.modal());
     QCoreApplication::setApplicationName(name);
-
-    // SIGINT and SIGTERM reach the loop as events, and the old handling comes back afterwards.
-    struct sigaction before {};
-    sigaction(SIGTERM, nullptr, &before);
-    {
-        int stops = 0;
-        const StopSignals stop([&] { ++stops; });
-        qt::QtEventPump pump(gate);
-        std::raise(SIGTERM);
-        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 1; }));
-        std::raise(SIGINT);
-        EXPECT_TRUE(pumpUntil(pump, [&] { return stops == 2; }));
-    }
-    struct sigaction after {};
-    sigaction(SIGTERM, nullptr, &after);
-    EXPECT_EQ(after.sa_handler, before.sa_handler);
 }
 
 } // namespace

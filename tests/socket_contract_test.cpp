@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 #include <sys/socket.h>
 
 namespace sim::test {
@@ -17,7 +19,7 @@ struct SimHarness {
     static constexpr const char* kName = "Simulated";
     Scheduler scheduler;
     SimNetwork network{scheduler};
-    std::shared_ptr<DeviceLink> accepted;
+    std::shared_ptr<DeviceLink> seen; // the device's last link the test has seen
 
     // Runs everything a minute of virtual time brings, then looks.
     template <class Cond> bool waitFor(Cond cond) {
@@ -28,28 +30,20 @@ struct SimHarness {
         network.deviceListens(QStringLiteral("127.0.0.1"), 4100);
         return 4100;
     }
-    int deadPort() { return 4101; }
     // The next link the device accepts.
     std::shared_ptr<DeviceLink> acceptedPeer() {
-        if (!waitFor([this] { return network.lastLink() != accepted; })) {
+        if (!waitFor([this] { return network.lastLink() != seen; })) {
             return nullptr;
         }
-        return accepted = network.lastLink();
+        return seen = network.lastLink();
     }
-    std::shared_ptr<DeviceLink> dial(int port) { return network.deviceConnects(port); }
-    void occupy(int port) { network.occupy(port); }
+    std::shared_ptr<DeviceLink> dial(int port) { return seen = network.deviceConnects(port); }
 };
 
 // The device's end of a real link, with what DeviceLink offers.
 class QtPeer {
 public:
-    explicit QtPeer(QTcpSocket* socket) : socket_(socket) {
-        QObject::connect(socket_.get(), &QTcpSocket::readyRead, [this] {
-            if (reading_) {
-                take();
-            }
-        });
-    }
+    explicit QtPeer(QTcpSocket* socket) : socket_(socket) {}
     void send(const Bytes& bytes) {
         socket_->write(reinterpret_cast<const char*>(bytes.data()), static_cast<qint64>(bytes.size()));
     }
@@ -60,27 +54,17 @@ public:
                      sizeof hard);
         socket_->abort();
     }
-    const Bytes& received() const { return received_; }
-    bool open() const { return socket_->state() == QAbstractSocket::ConnectedState; }
-    // Qt stops taking bytes from the system once its small buffer is full.
-    void stopReading() {
-        reading_ = false;
-        socket_->setReadBufferSize(4096);
-    }
-    void startReading() {
-        reading_ = true;
-        socket_->setReadBufferSize(0);
-        take();
-    }
-
-private:
-    void take() {
+    // Everything the simulator sent so far.
+    const Bytes& received() {
         const QByteArray b = socket_->readAll();
         received_.insert(received_.end(), b.begin(), b.end());
+        return received_;
     }
+    bool open() const { return socket_->state() == QAbstractSocket::ConnectedState; }
+
+private:
     std::unique_ptr<QTcpSocket> socket_; // its connection goes with the peer
     Bytes received_;
-    bool reading_ = true;
 };
 
 // The system's sockets over 127.0.0.1, on ports the system picks.
@@ -90,17 +74,11 @@ struct QtHarness {
     qt::QtEventPump pump{gate};
     qt::QtNetwork network{gate};
     QTcpServer server;
-    QTcpServer blocker;
 
     template <class Cond> bool waitFor(Cond cond) { return pumpUntil(pump, cond); }
     int deviceListens() {
         server.listen(QHostAddress::LocalHost, 0);
         return server.serverPort();
-    }
-    int deadPort() {
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost, 0);
-        return probe.serverPort();
     }
     std::shared_ptr<QtPeer> acceptedPeer() {
         if (!waitFor([this] { return server.hasPendingConnections(); })) {
@@ -116,7 +94,6 @@ struct QtHarness {
         }
         return std::make_shared<QtPeer>(socket);
     }
-    void occupy(int port) { blocker.listen(QHostAddress::Any, static_cast<quint16>(port)); }
 };
 
 template <class H> class SocketContract : public ::testing::Test {
@@ -141,15 +118,6 @@ protected:
         };
         socket->events.close = [this] { ++closes; };
     }
-    // The socket dials a device that listens, and the device's end of the link once it is up.
-    auto connected() {
-        socket->setRemoteHost(QStringLiteral("127.0.0.1"));
-        socket->setRemotePort(h.deviceListens());
-        socket->connect();
-        auto peer = h.acceptedPeer();
-        EXPECT_TRUE(h.waitFor([this] { return socket->state() == socket_state::kConnected; }));
-        return peer;
-    }
     // The number a call fails with, or 0 when it does not fail.
     static int failure(const std::function<void()>& call) {
         try {
@@ -167,128 +135,91 @@ struct HarnessNames {
 };
 TYPED_TEST_SUITE(SocketContract, Harnesses, HarnessNames);
 
-// Arrivals of at most 32,767 bytes with nothing lost, the peer's close only after its last bytes, no
+// Listening, a socket accepts a request on itself once closed; a port it holds cannot be taken by another
+// socket, a reset is an error, and once closed it listens on its port again at once. As a client it dials
+// literal addresses only and sends nothing without a link; after a refused dial it dials afresh. On a link,
+// arrivals come in at most 32,767 bytes with nothing lost, the peer's close only after its last bytes, no
 // second dial on a live link but a fresh one once the peer has closed, and a Close the peer sees.
-TYPED_TEST(SocketContract, ALinkCarriesBytesBothWaysUntilThePeerClosesThenDialsAfreshAndCloses) {
-    auto first = this->connected();
-    ASSERT_NE(first, nullptr);
-    this->socket->sendData(bytesOf("HELLO"));
-    ASSERT_TRUE(this->h.waitFor([&] { return first->received().size() == 5; }));
-    EXPECT_EQ(this->failure([&] { this->socket->connect(); }), 40006) << "dialled again on a live link";
+TYPED_TEST(SocketContract, CarriesBytesBothWaysAsAListenerAndAsAClientAndFailsWithTheSystemsNumbers) {
+    TypeParam& h = this->h;
+    Socket& s = *this->socket;
+    s.setLocalPort(0);
+    s.listen();
+    EXPECT_EQ(s.state(), socket_state::kListening);
+    const int port = s.localPort();
+    const auto other = h.network.createSocket(QStringLiteral("Server_Socket"));
+    other->setLocalPort(port);
+    EXPECT_EQ(this->failure([&] { other->listen(); }), 10048) << "the port is taken";
+    EXPECT_EQ(other->state(), socket_state::kClosed);
+    int requests = 0;
+    s.events.connectionRequest = [&](std::int32_t id) {
+        ++requests;
+        s.close();
+        s.accept(id);
+    };
+    auto peer = h.dial(port);
+    ASSERT_NE(peer, nullptr);
+    ASSERT_TRUE(h.waitFor([&] { return s.state() == socket_state::kConnected; }));
+    EXPECT_EQ(requests, 1);
+    peer->send(bytesOf("ab"));
+    ASSERT_TRUE(h.waitFor([&] { return this->got.size() == 2; }));
+    s.sendData(bytesOf("cd"));
+    ASSERT_TRUE(h.waitFor([&] { return peer->received().size() == 2; }));
+    peer->reset();
+    ASSERT_TRUE(h.waitFor([&] { return !this->errors.empty(); }));
+    EXPECT_EQ(this->errors, std::vector<int>{10054});
+    EXPECT_NE(s.state(), socket_state::kConnected);
+    s.close();
+    s.setLocalPort(port);
+    s.listen();
+    EXPECT_EQ(s.state(), socket_state::kListening);
+    s.close();
 
-    Bytes big(100'000);
-    for (std::size_t i = 0; i < big.size(); ++i) {
-        big[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
+    for (const char* host : {"localhost", "device.example", "127.1", ""}) {
+        s.setRemoteHost(QString::fromLatin1(host));
+        s.setRemotePort(4000);
+        EXPECT_EQ(this->failure([&] { s.connect(); }), 11001) << "a name is never looked up: " << host;
+        EXPECT_EQ(s.state(), socket_state::kClosed);
     }
+    EXPECT_EQ(this->failure([&] { s.sendData(bytesOf("x")); }), 40006) << "sent without a link";
+    s.setRemoteHost(QStringLiteral("127.0.0.1"));
+    s.setRemotePort(port); // where nothing listens any more
+    s.connect();
+    ASSERT_TRUE(h.waitFor([&] { return this->errors.size() == 2; }));
+    EXPECT_EQ(this->errors, (std::vector<int>{10054, 10061}));
+    EXPECT_NE(s.state(), socket_state::kConnected);
+
+    s.setRemotePort(h.deviceListens());
+    s.connect();
+    auto first = h.acceptedPeer();
+    ASSERT_NE(first, nullptr);
+    ASSERT_TRUE(h.waitFor([&] { return s.state() == socket_state::kConnected; }));
+    s.sendData(bytesOf("HELLO"));
+    ASSERT_TRUE(h.waitFor([&] { return first->received().size() == 5; }));
+    EXPECT_EQ(this->failure([&] { s.connect(); }), 40006) << "dialled again on a live link";
+    Bytes big(100'000);
+    std::iota(big.begin(), big.end(), std::uint8_t{0});
+    this->got.clear();
     first->send(big);
     first->close();
-    ASSERT_TRUE(this->h.waitFor([&] { return this->closes == 1; }));
+    ASSERT_TRUE(h.waitFor([&] { return this->closes == 1; }));
     EXPECT_EQ(this->got, big);
     EXPECT_GE(this->arrivals.size(), 4U);
     EXPECT_LE(std::ranges::max(this->arrivals), 32767);
-    EXPECT_EQ(this->socket->state(), socket_state::kClosing);
+    EXPECT_EQ(s.state(), socket_state::kClosing);
 
-    this->socket->connect();
-    auto second = this->h.acceptedPeer();
+    s.connect();
+    auto second = h.acceptedPeer();
     ASSERT_NE(second, nullptr);
-    ASSERT_TRUE(this->h.waitFor([&] { return this->socket->state() == socket_state::kConnected; }));
-    this->socket->sendData(bytesOf("again"));
-    ASSERT_TRUE(this->h.waitFor([&] { return second->received().size() == 5; }));
+    ASSERT_TRUE(h.waitFor([&] { return s.state() == socket_state::kConnected; }));
+    s.sendData(bytesOf("again"));
+    ASSERT_TRUE(h.waitFor([&] { return second->received().size() == 5; }));
     EXPECT_EQ(second->received(), bytesOf("again"));
     EXPECT_EQ(first->received(), bytesOf("HELLO"));
-    this->socket->close();
-    ASSERT_TRUE(this->h.waitFor([&] { return !second->open(); })) << "the peer sees the link end";
+    s.close();
+    ASSERT_TRUE(h.waitFor([&] { return !second->open(); })) << "the peer sees the link end";
     EXPECT_EQ(this->closes, 1);
-    EXPECT_TRUE(this->errors.empty());
-}
-
-TYPED_TEST(SocketContract, WhatCannotWorkFailsWithItsNumber) {
-    // A name is never looked up: only a literal address is dialled.
-    for (const char* host : {"localhost", "device.example", "127.1", ""}) {
-        this->socket->setRemoteHost(QString::fromLatin1(host));
-        this->socket->setRemotePort(4000);
-        EXPECT_EQ(this->failure([&] { this->socket->connect(); }), 11001) << host;
-        EXPECT_EQ(this->socket->state(), socket_state::kClosed);
-    }
-    EXPECT_EQ(this->failure([&] { this->socket->sendData(bytesOf("x")); }), 40006) << "sent without a link";
-    this->socket->close();
-    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
-
-    const int port = this->h.deadPort();
-    this->h.occupy(port);
-    this->socket->setLocalPort(port);
-    EXPECT_EQ(this->failure([&] { this->socket->listen(); }), 10048);
-    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
-
-    this->socket->setRemoteHost(QStringLiteral("127.0.0.1"));
-    this->socket->setRemotePort(this->h.deadPort());
-    this->socket->connect();
-    ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
-    EXPECT_EQ(this->errors, std::vector<int>{10061});
-    EXPECT_NE(this->socket->state(), socket_state::kConnected);
-    this->socket->close();
-    EXPECT_EQ(this->socket->state(), socket_state::kClosed);
-}
-
-TYPED_TEST(SocketContract, ListensAcceptsOnTheSameSocketAfterCloseAndListensAgainAfterAReset) {
-    this->socket->setLocalPort(0);
-    this->socket->listen();
-    EXPECT_EQ(this->socket->state(), socket_state::kListening);
-    const int port = this->socket->localPort();
-    int requests = 0;
-    this->socket->events.connectionRequest = [&](std::int32_t id) {
-        ++requests;
-        this->socket->close();
-        this->socket->accept(id);
-    };
-    auto peer = this->h.dial(port);
-    ASSERT_NE(peer, nullptr);
-    ASSERT_TRUE(this->h.waitFor([&] { return this->socket->state() == socket_state::kConnected; }));
-    EXPECT_EQ(requests, 1);
-    peer->send(bytesOf("ab"));
-    ASSERT_TRUE(this->h.waitFor([&] { return this->got.size() == 2; }));
-    this->socket->sendData(bytesOf("cd"));
-    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() == 2; }));
-    peer->reset();
-    ASSERT_TRUE(this->h.waitFor([&] { return !this->errors.empty(); }));
-    EXPECT_EQ(this->errors, std::vector<int>{10054});
-    EXPECT_NE(this->socket->state(), socket_state::kConnected);
-    // Closed, the socket listens on its port again at once: nothing of the first listen holds it.
-    this->socket->close();
-    this->socket->setLocalPort(port);
-    this->socket->listen();
-    EXPECT_EQ(this->socket->state(), socket_state::kListening);
-}
-
-// What a repeat tick relies on: past 4 MiB unsent a send fails with a socket error and sends nothing,
-// and sends go out again once the peer reads.
-TYPED_TEST(SocketContract, ASendPastFourMebibytesUnsentFailsWith10055AndSendsNothing) {
-    auto peer = this->connected();
-    ASSERT_NE(peer, nullptr);
-    peer->stopReading();
-    // The system's buffers take their share first, then the socket holds what waits.
-    Bytes accepted;
-    int failed = 0;
-    for (unsigned i = 0; i < 1024 && failed == 0; ++i) {              // 64 MiB at most
-        const Bytes chunk(65536, static_cast<std::uint8_t>(i % 251)); // each send told by its bytes
-        try {
-            this->socket->sendData(chunk);
-            accepted.insert(accepted.end(), chunk.begin(), chunk.end());
-        } catch (const RuntimeFailure& failure) {
-            failed = failure.number();
-            EXPECT_EQ(failure.description(), QStringLiteral("No buffer space is available"));
-        }
-    }
-    EXPECT_EQ(failed, 10055);
-    EXPECT_GE(accepted.size(), std::size_t{4} << 20);
-    EXPECT_EQ(this->socket->state(), socket_state::kConnected);
-    peer->startReading();
-    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() >= accepted.size(); }));
-    this->socket->sendData(bytesOf("tail"));
-    accepted.insert(accepted.end(), {'t', 'a', 'i', 'l'});
-    ASSERT_TRUE(this->h.waitFor([&] { return peer->received().size() >= accepted.size(); }));
-    EXPECT_TRUE(peer->received() == accepted) << "in order, and nothing of the refused send";
-    EXPECT_TRUE(this->errors.empty());
+    EXPECT_EQ(this->errors.size(), 2U);
 }
 
 } // namespace
