@@ -109,9 +109,6 @@ TEST_F(Window, OpensCentredAndShowsEveryControlWhereAndAsTheModelHasIt) {
     // The system button face is a colour of its own, not the fixed grey.
     EXPECT_EQ(widget(p->com_Count)->palette().color(QPalette::Base),
               QApplication::palette().color(QPalette::Button));
-    EXPECT_FALSE(widget(p->Cmd_Send)->isEnabled());
-    p->Cmd_Send.setEnabled(true);
-    EXPECT_TRUE(widget(p->Cmd_Send)->isEnabled());
     // A control in a disabled frame is shown disabled while it keeps its own Enabled.
     EXPECT_FALSE(widget(p->cmdSendStart)->isEnabled());
     p->Frame10.setEnabled(true);
@@ -148,29 +145,10 @@ TEST_F(Window, ShowsCrispIconsOfSixteenThirtyTwoAndFortyEightPixels) {
     }
 }
 
-// Typed into, the boxes refuse a letter and pass the focus on; every click out of the last one in range
-// lands on the port box, and a button's click still lands.
-TEST_F(Window, AnAddressTypedIntoTheBoxesFillsThemAndAClickOutOfTheLastLandsOnThePortBox) {
-    click(p->txt_Data_Input);
-    click(box(0));
-    EXPECT_EQ(edit(box(0))->selectedText(), QStringLiteral("100")) << "the click keeps the entry's selection";
-    type(QStringLiteral("1a92168")); // three digits move on at the release
-    type(QStringLiteral("0.5"));
-    EXPECT_EQ(boxes(), (QStringList{"192", "168", "0", "5"}));
-    EXPECT_EQ(focus(), widget(box(3)));
-    EXPECT_EQ(p->focused(), &box(3));
-
-    click(box(1));
-    EXPECT_EQ(focus(), widget(p->txt_Destination_Port));
-    EXPECT_EQ(p->focused(), &p->txt_Destination_Port);
-    p->List1.addItem(QStringLiteral("row"));
-    click(box(3));
-    click(p->cmd_Log);
-    EXPECT_EQ(p->List1.listCount(), 0) << "the click still lands";
-    EXPECT_EQ(focus(), widget(p->txt_Destination_Port));
-}
-
-TEST_F(Window, TabFollowsTheTabPositionsAndAFullBoxPassesTheFocusOnAtEachRelease) {
+// Tab follows the tab positions, a full box passes the focus on at each release, a letter is refused,
+// every click out of the last box in range lands on the port box and a button's click still lands, and
+// Backspace first takes the selection and in boxes worth 0 walks back two boxes in one press.
+TEST_F(Window, TheAddressBoxesFollowTheOperatorsTabsDigitsClicksAndBackspaces) {
     key(Qt::Key_Tab);
     EXPECT_EQ(focus(), widget(p->txt_Destination_Port));
     EXPECT_EQ(p->focused(), &p->txt_Destination_Port);
@@ -180,14 +158,24 @@ TEST_F(Window, TabFollowsTheTabPositionsAndAFullBoxPassesTheFocusOnAtEachRelease
     EXPECT_EQ(focus(), widget(box(2)));
     EXPECT_EQ(p->focused(), &box(2));
     EXPECT_EQ(edit(box(2))->selectedText(), QStringLiteral("100"));
-    // Tab onto a button moves the model's focus there too.
-    widget(p->opt_Ascii)->setFocus();
-    key(Qt::Key_Tab);
-    EXPECT_EQ(p->focused(), &p->opt_HexA);
-    EXPECT_EQ(focus(), widget(p->opt_HexA));
-}
 
-TEST_F(Window, BackspaceFirstTakesTheSelectionAndInZeroBoxesWalksBackTwoBoxesInOnePress) {
+    click(p->txt_Data_Input);
+    click(box(0));
+    EXPECT_EQ(edit(box(0))->selectedText(), QStringLiteral("100")) << "the click keeps the entry's selection";
+    type(QStringLiteral("1a92168")); // three digits move on at the release
+    type(QStringLiteral("0.5"));
+    EXPECT_EQ(boxes(), (QStringList{"192", "168", "0", "5"}));
+    EXPECT_EQ(focus(), widget(box(3)));
+    EXPECT_EQ(p->focused(), &box(3));
+    click(box(1));
+    EXPECT_EQ(focus(), widget(p->txt_Destination_Port));
+    EXPECT_EQ(p->focused(), &p->txt_Destination_Port);
+    p->List1.addItem(QStringLiteral("row"));
+    click(box(3));
+    click(p->cmd_Log);
+    EXPECT_EQ(p->List1.listCount(), 0) << "the click still lands";
+    EXPECT_EQ(focus(), widget(p->txt_Destination_Port));
+
     // The handler removes the selected 2 of 127 before the key applies: the key then takes the 1 before it.
     pointAtLoopback(*p, 4000);
     click(box(0));
@@ -198,13 +186,18 @@ TEST_F(Window, BackspaceFirstTakesTheSelectionAndInZeroBoxesWalksBackTwoBoxesInO
     key(Qt::Key_Backspace, Qt::NoModifier, QStringLiteral("\b"));
     EXPECT_EQ(box(0).text(), QStringLiteral("7"));
     EXPECT_EQ(edit(box(0))->text(), QStringLiteral("7"));
-
     click(box(2));
     key(Qt::Key_End); // a key like any other: its release at length 1 moves nothing
     key(Qt::Key_Backspace, Qt::NoModifier, QStringLiteral("\b"));
     EXPECT_EQ(boxes(), (QStringList{"7", "0", "", "1"}));
     EXPECT_EQ(focus(), widget(box(0)));
     EXPECT_EQ(edit(box(0))->selectedText(), QStringLiteral("7"));
+
+    // Tab onto a button moves the model's focus there too.
+    widget(p->opt_Ascii)->setFocus();
+    key(Qt::Key_Tab);
+    EXPECT_EQ(p->focused(), &p->opt_HexA);
+    EXPECT_EQ(focus(), widget(p->opt_HexA));
 }
 
 // Opens the box's context menu and chooses Paste, as the operator would with the mouse.
