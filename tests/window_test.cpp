@@ -109,6 +109,9 @@ TEST_F(Window, OpensCentredAndShowsEveryControlWhereAndAsTheModelHasIt) {
     // The system button face is a colour of its own, not the fixed grey.
     EXPECT_EQ(widget(p->com_Count)->palette().color(QPalette::Base),
               QApplication::palette().color(QPalette::Button));
+    EXPECT_FALSE(widget(p->Cmd_Send)->isEnabled());
+    p->Cmd_Send.setEnabled(true);
+    EXPECT_TRUE(widget(p->Cmd_Send)->isEnabled());
     // A control in a disabled frame is shown disabled while it keeps its own Enabled.
     EXPECT_FALSE(widget(p->cmdSendStart)->isEnabled());
     p->Frame10.setEnabled(true);
