@@ -23,7 +23,6 @@ TEST(FormLoad, BuildsTheStartingPanelWithADatedLogFileThatItDoesNotTouch) {
     EXPECT_EQ(p.txt_Simulator_IP.text(), QStringLiteral("192.0.2.10"));
     EXPECT_EQ(p.com_Timegap.text(), QStringLiteral("1"));
     EXPECT_EQ(p.com_Count.text(), QStringLiteral("Endless"));
-    EXPECT_EQ(p.Cmd_Start.caption(), QStringLiteral("Connect"));
     const QString folder = f.sim.folders.programFolder();
     EXPECT_EQ(p.txt_Logfile.text(), QDir::toNativeSeparators(folder + QStringLiteral("/Log/20261122.dat")));
     EXPECT_FALSE(QDir(folder + QStringLiteral("/Log")).exists());

@@ -5,8 +5,6 @@
 
 #include <QRegularExpression>
 
-#include <map>
-
 namespace sim::test {
 
 // Keys typed into the model without a window: each goes through the box's character handler as the
@@ -57,15 +55,14 @@ public:
             key(ch);
         }
     }
-    // The key code of the key that types the character: a digit's or capital letter's own, Backspace's for
-    // 127 too, those of the period, comma and minus keys, and 0 for a key no handler tells apart.
+    // The key code of the key that types the character: Backspace's for 8 and for 127 (Ctrl+Backspace), a
+    // digit's or capital letter's own, and 0 for the other keys, which no handler tells apart.
     static int keyCodeFor(QChar ch) {
-        static const std::map<char16_t, int> others{{u'.', 190}, {u',', 188}, {u'-', 189}, {127, 8}};
         const char16_t u = ch.toUpper().unicode();
-        if ((u >= u'0' && u <= u'9') || (u >= u'A' && u <= u'Z') || u == u' ' || u == 8 || u == 13) {
-            return u;
+        if (u == 8 || u == 127) {
+            return 8;
         }
-        return others.contains(u) ? others.at(u) : 0;
+        return (u >= u'0' && u <= u'9') || (u >= u'A' && u <= u'Z') ? u : 0;
     }
 
 private:
