@@ -56,8 +56,6 @@ TEST(DataInput, TheFilterOfTheChosenFormatRefusesCharactersAndTheCounterCountsBy
         const char* count;
     } cases[] = {
         // Hexadecimal: digits, A to F and Backspace pass; two characters are a byte.
-        {"opt_HexA", u"4g1 .A\u00E9f0", u"41Af0", "2"},
-        {"opt_HexA", u"4g1 .A\u00E9f0\b", u"41Af", "2"},
         {"opt_HexA", u"4g1 .A\u00E9f0\b\b", u"41A", "1"},
         {"opt_HexA", u"/:@G`g", u"", "0"},
         // ASCII: every character of the code page passes, each is a byte.

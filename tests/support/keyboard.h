@@ -3,6 +3,8 @@
 #include "panel/operator.h"
 #include "platform/code_page.h"
 
+#include <QRegularExpression>
+
 namespace sim::test {
 
 // Keys typed into the model without a window: each goes through the box's character handler as the
@@ -15,10 +17,7 @@ public:
     // The key of one character, pressed in the box that holds the focus.
     void press(QChar ch) {
         auto* box = dynamic_cast<TextBox*>(panel_.focused());
-        if (box == nullptr) {
-            return;
-        }
-        const Int16 code = op_.filterCharacter(*box, ch);
+        const Int16 code = box != nullptr ? op_.filterCharacter(*box, ch) : Int16(0);
         if (code == 0 || box->readOnly()) {
             return;
         }
@@ -27,23 +26,16 @@ public:
         int length = box->selLength();
         if (code == 8 || code == 127) {
             if (length == 0) {
-                int from = std::max(0, start - 1);
-                if (code == 127) {
-                    for (from = start; from > 0 && text.at(from - 1).isSpace(); --from) {
-                    }
-                    for (; from > 0 && !text.at(from - 1).isSpace(); --from) {
-                    }
-                }
-                length = start - from;
-                start = from;
+                static const QRegularExpression lastWord(QStringLiteral("\\S*\\s*$"));
+                const auto from = code == 8 ? std::max(0, start - 1) : text.left(start).indexOf(lastWord);
+                length = start - static_cast<int>(from);
+                start = static_cast<int>(from);
             }
-            text.remove(start, length);
-            op_.edited(*box, text, start);
+            op_.edited(*box, text.remove(start, length), start);
         } else if (code >= 32 || code < 0) {
-            text.replace(start, length,
-                         code < 0 ? QChar(static_cast<char16_t>(-code))
-                                  : code_page::fromAnsiByte(static_cast<std::uint8_t>(code)));
-            op_.edited(*box, text, start + 1);
+            const QChar typed = code < 0 ? QChar(static_cast<char16_t>(-code))
+                                         : code_page::fromAnsiByte(static_cast<std::uint8_t>(code));
+            op_.edited(*box, text.replace(start, length, typed), start + 1);
         }
     }
     // Press and release.
@@ -63,24 +55,14 @@ public:
             key(ch);
         }
     }
-    // The key code of the key that types the character.
+    // The key code of the key that types the character: Backspace's for 8 and for 127 (Ctrl+Backspace), a
+    // digit's or capital letter's own, and 0 for the other keys, which no handler tells apart.
     static int keyCodeFor(QChar ch) {
         const char16_t u = ch.toUpper().unicode();
-        if ((u >= u'0' && u <= u'9') || (u >= u'A' && u <= u'Z') || u == u' ' || u == 8 || u == 13) {
-            return u;
-        }
-        switch (u) {
-        case u'.':
-            return 190;
-        case u',':
-            return 188;
-        case u'-':
-            return 189;
-        case 127:
+        if (u == 8 || u == 127) {
             return 8;
-        default:
-            return 0;
         }
+        return (u >= u'0' && u <= u'9') || (u >= u'A' && u <= u'Z') ? u : 0;
     }
 
 private:

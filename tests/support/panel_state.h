@@ -21,9 +21,8 @@ inline QStringList panelState(const Panel& p) {
             line += QStringLiteral(" text='%1' back=%2").arg(box->text()).arg(box->backColor(), 0, 16);
         } else if (const auto* combo = dynamic_cast<const ComboBox*>(c)) {
             line += QStringLiteral(" text='%1' back=%2 index=%3")
-                        .arg(combo->text())
-                        .arg(combo->backColor(), 0, 16)
-                        .arg(static_cast<int>(combo->listIndex()));
+                        .arg(combo->text(), QString::number(combo->backColor(), 16),
+                             QString::number(combo->listIndex()));
         } else if (const auto* captioned = dynamic_cast<const Captioned*>(c)) {
             line += QStringLiteral(" caption='%1'").arg(captioned->caption());
         } else if (const auto* list = dynamic_cast<const ListBox*>(c)) {
