@@ -45,10 +45,6 @@ struct DeviceAsServer : SimForm {
                sim.scheduler.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");
     }
     QString namedLogPath() const { return QDir::fromNativeSeparators(p.txt_Logfile.text()); }
-    QByteArray errorReports(const char* day) const {
-        return fileBytes(sim.folders.programFolder() + QStringLiteral("/Err_Log/") + QLatin1String(day) +
-                         QStringLiteral(".txt"));
-    }
     // Sets the panel up step by step: "name" clicks the control, "name=text" writes the text of a box.
     void setUp(const Steps& steps) {
         for (const QString step : steps) {
@@ -64,7 +60,6 @@ struct DeviceAsServer : SimForm {
             }
         }
     }
-    // Kept for the tests still written against them.
     std::vector<QString> shownTexts() const {
         std::vector<QString> out;
         for (const auto& d : sim.dialogs.shown) {
@@ -72,8 +67,6 @@ struct DeviceAsServer : SimForm {
         }
         return out;
     }
-    void deviceEchoes() { deviceAnswers(); }
-    SimSocket& client() const { return *sim.network.socketNamed(QStringLiteral("Client_Socket")); }
     void at(Ms at, std::function<void()> fn) { sim.scheduler.at(at, std::move(fn)); }
     void runUntil(Ms at) { sim.scheduler.runUntil(at); }
     // Clicks at the virtual time `at` and runs the events up to it.
@@ -81,36 +74,21 @@ struct DeviceAsServer : SimForm {
         sim.scheduler.runUntil(at);
         op.click(control);
     }
-    // A device that answers each payload with `reply`, or with the same bytes.
-    void deviceAnswers(const char* reply = nullptr) {
-        sim.network.onLink = [reply](std::shared_ptr<DeviceLink> link) {
-            link->onReceive = [reply, weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
-                reply != nullptr ? weak.lock()->send(reply) : weak.lock()->send(bytes);
+    // A device that answers each payload with the same bytes.
+    void deviceAnswers() {
+        sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
+            link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
+                weak.lock()->send(bytes);
             };
         };
     }
-    // The virtual times of the sends on the dialling socket, from the `from`th on.
-    Times sendTimes(std::size_t from = 0) const {
+    // The virtual times of the sends on the dialling socket.
+    Times sendTimes() const {
         Times times;
-        const auto& sent = sim.network.socketNamed(QStringLiteral("Client_Socket"))->sent;
-        for (std::size_t i = from; i < sent.size(); ++i) {
-            times.push_back(sent[i].first);
+        for (const auto& [at, bytes] : sim.network.socketNamed(QStringLiteral("Client_Socket"))->sent) {
+            times.push_back(at);
         }
         return times;
-    }
-};
-
-// The form set to listen on port 5000 for a device that is the client.
-struct DeviceAsClient : DeviceAsServer {
-    std::shared_ptr<DeviceLink> client;
-    DeviceAsClient() { setUp({"opt_Client", "txt_Port=5000"}); }
-    void connectAt(Ms at) {
-        sim.scheduler.at(at, [this] { client = sim.network.deviceConnects(5000); });
-    }
-    // Scripts the operator's Close at `at`, then presses Listen; returns when listening has ended.
-    void listenUntil(Ms at) {
-        sim.scheduler.at(at, [this] { op.click(p.cmd_End); });
-        op.click(p.Cmd_Start);
     }
 };
 
