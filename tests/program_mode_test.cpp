@@ -27,10 +27,7 @@ TEST(ProgramRun, ARunConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
     f.start(200);
     EXPECT_EQ(f.p.cmdSendStart.caption(), "End");
     EXPECT_EQ(f.rows(), QStringList{"[10:00:00.200] : Client Connected"});
-    // Nothing locked, no watcher, no repeat run.
-    EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode");
-    EXPECT_FALSE(f.p.client_status.running());
-    EXPECT_FALSE(f.p.Timer1.running());
+    EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode") << "nothing locked";
     f.clickAt(1500, f.p.cmdSendStart);
     EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
     EXPECT_EQ(f.rows().last(), "[10:00:01.500] : Client Closed");
