@@ -22,27 +22,40 @@ struct ProgramRun : RepeatRun {
     }
 };
 
-TEST(ProgramRun, ARunConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
+TEST(ProgramRun, StartConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
     ProgramRun f({"a", "b", "c"}, {"500", "500"});
-    f.start(200);
-    EXPECT_EQ(f.p.cmdSendStart.caption(), "End");
-    EXPECT_EQ(f.rows(), QStringList{"[10:00:00.200] : Client Connected"});
-    EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode") << "nothing locked";
-    f.clickAt(1500, f.p.cmdSendStart);
+    // Start does nothing with the device as client (no listening form), and says a missing destination.
+    f.setUp({"opt_Client", "cmdSendStart", "opt_Server", "txt_Destination_Port=", "cmdSendStart",
+             "txt_Destination_Port=4000"});
+    EXPECT_EQ(f.shown(), QStringList{"Input Destination Port [Error 16]"});
+    EXPECT_TRUE(f.sim.network.dialled().empty());
+    // A device that does not answer gets one second; a failed connect shows nothing, the caption stays.
+    f.sim.network.deviceListens("127.0.0.1", 4000, Answer::Ignore);
+    f.start();
+    EXPECT_EQ(f.sim.scheduler.now(), 1000);
     EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
-    EXPECT_EQ(f.rows().last(), "[10:00:01.500] : Client Closed");
+    EXPECT_EQ(f.shown().size(), 1);
+    EXPECT_TRUE(f.rows().isEmpty());
+    f.sim.network.deviceListens("127.0.0.1", 4000);
+    f.start(1200);
+    EXPECT_EQ(f.p.cmdSendStart.caption(), "End");
+    EXPECT_EQ(f.rows(), QStringList{"[10:00:01.200] : Client Connected"});
+    EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode") << "nothing locked";
+    f.clickAt(2500, f.p.cmdSendStart);
+    EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
+    EXPECT_EQ(f.rows().last(), "[10:00:02.500] : Client Closed");
     EXPECT_FALSE(f.device()->open());
-    f.runUntil(5000);
-    EXPECT_EQ(f.sendTimes(), (Times{1200}));
+    f.runUntil(6000);
+    EXPECT_EQ(f.sendTimes(), (Times{2200}));
     EXPECT_TRUE(f.p.Timer2.running()) << "End leaves Timer2 alone";
     EXPECT_EQ(f.p.iStepNo, 1) << "the same step waits for a link";
 
     // The next run dials anew; a tick of the old run during its wait is undone by the new start.
     f.sim.network.latency = 700;
-    f.clickAt(5100, f.p.cmdSendStart);
-    EXPECT_EQ(f.sim.scheduler.now(), 5800);
-    f.runUntil(9000);
-    EXPECT_EQ(f.sendTimes(), (Times{1200, 6800, 7300, 7800}));
+    f.clickAt(6100, f.p.cmdSendStart);
+    EXPECT_EQ(f.sim.scheduler.now(), 6800);
+    f.runUntil(10'000);
+    EXPECT_EQ(f.sendTimes(), (Times{2200, 7800, 8300, 8800}));
     EXPECT_EQ(f.device()->received(), bytesOf("abc"));
     EXPECT_EQ(f.p.cmdSendStart.caption(), "End") << "the end of a run gives no sign";
     EXPECT_EQ(f.p.iStepNo, 0);
@@ -59,6 +72,8 @@ TEST(ProgramRun, EachStepGoesTheGapTypedBeforeItAfterThePreviousOneUntilAStepOrA
         });
         f.at(3000, [&f] { f.op.click(f.p.opt_Server); });
     };
+    const auto hexAfterStart = [](ProgramRun& f) { f.at(500, [&f] { f.op.click(f.p.opt_HexA); }); };
+    const auto hangUp = [](ProgramRun& f) { f.at(1100, [&f] { f.device()->close(); }); };
     const struct {
         Steps steps, gaps;
         void (*during)(ProgramRun&);
@@ -69,10 +84,10 @@ TEST(ProgramRun, EachStepGoesTheGapTypedBeforeItAfterThePreviousOneUntilAStepOrA
     } cases[] = {
         {{"A", "BB", "CCC", "DDDD"}, {}, nullptr, {1000, 2000, 3000, 4000}, {"1000", "1000", "1000"}, -1, 0},
         {{"1", "2", "3", "4"},
-         {"100", " 200 ", "300"},
+         {"10", " 20 ", "30"},
          nullptr,
-         {1000, 1100, 1300, 1600},
-         {"100", " 200 ", "300"},
+         {1000, 1010, 1030, 1060},
+         {"10", " 20 ", "30"},
          -1,
          0},
         // An empty step ends the run; the steps behind it are not sent, and no gap is filled in there.
@@ -87,21 +102,9 @@ TEST(ProgramRun, EachStepGoesTheGapTypedBeforeItAfterThePreviousOneUntilAStepOrA
         {{"a", "b"}, {"0"}, nullptr, {1000}, {"0", "", ""}, 0, 1},
         // Hexadecimal chosen after the start, the step boxes keeping their text: an odd digit is dropped
         // silently, a lone digit ends the run.
-        {{"414", "4", "4243"},
-         {},
-         [](ProgramRun& f) { f.at(500, [&f] { f.op.click(f.p.opt_HexA); }); },
-         {1000},
-         {"1000", "", ""},
-         -1,
-         0},
+        {{"414", "4", "4243"}, {}, hexAfterStart, {1000}, {"1000", "", ""}, -1, 0},
         {{"a", "b", "c"}, {"500", "500"}, clientForAWhile, {1000, 3000, 3500}, {"500", "500", "1000"}, -1, 0},
-        {{"a", "b"},
-         {"400"},
-         [](ProgramRun& f) { f.at(1100, [&f] { f.device()->close(); }); },
-         {1000},
-         {"400", "", ""},
-         400,
-         1},
+        {{"a", "b"}, {"400"}, hangUp, {1000}, {"400", "", ""}, 400, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.steps.front());
@@ -118,33 +121,6 @@ TEST(ProgramRun, EachStepGoesTheGapTypedBeforeItAfterThePreviousOneUntilAStepOrA
         EXPECT_EQ(f.p.iStepNo, c.step);
         EXPECT_TRUE(f.shown().isEmpty()) << "the failure path shows nothing";
         EXPECT_EQ(f.sim.network.dialled().size(), 1U);
-    }
-}
-
-TEST(ProgramRun, AStartThatCannotConnectShowsOnlyAMissingDestination) {
-    const struct {
-        Steps setUp;
-        Answer answer;
-        Ms returned;
-        QStringList shown;
-    } cases[] = {
-        {{"opt_Client"}, Answer::Accept, 0, {}}, // program mode has no listening form
-        {{"txt_Destination_Port="}, Answer::Accept, 0, {"Input Destination Port [Error 16]"}},
-        {{}, Answer::Ignore, 1000, {}}, // one second for the device to accept
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.returned);
-        ProgramRun f({"a"});
-        f.sim.network.deviceListens("127.0.0.1", 4000, c.answer);
-        f.setUp(c.setUp);
-        f.start();
-        EXPECT_EQ(f.sim.scheduler.now(), c.returned);
-        EXPECT_EQ(f.shown(), c.shown);
-        f.runUntil(5000);
-        EXPECT_EQ(f.sim.network.dialled().size(), c.returned / 1000);
-        EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
-        EXPECT_TRUE(f.rows().isEmpty());
-        EXPECT_FALSE(f.p.Timer2.running());
     }
 }
 

@@ -150,21 +150,14 @@ TEST(RepeatRun, ALinkLostIsDialledAgainAtTheNextTickOnceThatTickHasItsPayloadAnd
 
 TEST(RepeatRun, ConnectAndCloseRedialsAfterEachAnswerAndTheRedialSetsTheCountBack) {
     // The redial uses a tick and sets the counter back, so one send goes every second tick until Close.
-    const struct {
-        const char* count;
-        Times sends;
-        std::size_t dialled;
-    } cases[] = {{"1", {0, 2000}, 2}, {"2", {0, 2000, 4000, 6000, 8000}, 5}};
-    for (const auto& c : cases) {
-        RepeatRun f("1", c.count, "q");
-        f.deviceAnswers();
-        f.setUp({"Opt_Cnn2", "cmd_CSend"});
-        f.runUntil(8500);
-        EXPECT_EQ(f.sendTimes(), c.sends);
-        EXPECT_EQ(f.sim.network.dialled().size(), c.dialled);
-        EXPECT_TRUE(f.p.Timer1.running());
-        EXPECT_EQ(f.unlocked(), "cmd_End") << "no Send under Connect && Close";
-    }
+    RepeatRun f("1", "2", "q");
+    f.deviceAnswers();
+    f.setUp({"Opt_Cnn2", "cmd_CSend"});
+    f.runUntil(8500);
+    EXPECT_EQ(f.sendTimes(), (Times{0, 2000, 4000, 6000, 8000}));
+    EXPECT_EQ(f.sim.network.dialled().size(), 5U);
+    EXPECT_TRUE(f.p.Timer1.running());
+    EXPECT_EQ(f.unlocked(), "cmd_End") << "no Send under Connect && Close";
 }
 
 } // namespace
