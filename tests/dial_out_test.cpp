@@ -44,8 +44,6 @@ TEST(DialOut, AStartConnectsFailsOrIsRefusedAndTheWatcherReportsALinkThatIsNotUp
          watcher, QStringList{"Input Timegap [Timegap 48]"}},
         {Answer::Accept, Steps{"opt_Send_input", "com_Count=", "Cmd_Start"}, 550, unlocked, watcher,
          QStringList{"Input Count [Count 48]"}},
-        {Answer::Accept, Steps{"opt_Send_Only", "Cmd_Start"}, 550, unlocked, watcher,
-         QStringList{"input Send Data [Send Data 48]"}},
         {Answer::Accept,
          Steps{"opt_Send_Only", "opt_OneTime",
                "com_Timegap=  ", "com_Count= ", "txt_Data_Input=   ", "Cmd_Start"},
