@@ -37,9 +37,10 @@ TEST(Listen, ServesOneClientAtATimeAndListensAgainAfterEachEndUntilClose) {
     f.at(500, [&] { f.sim.network.socketNamed("Server_Socket")->injectError(10053); });
     f.at(600, [&] { second = f.sim.network.deviceConnects(5000); });
     f.at(700, [&] {
+        ASSERT_NE(second, nullptr);
         f.p.opt_Send_input.setValue(true); // with an empty data box: the answer cannot be made
         second->send("?");
-        // A start pressed while listening is ignored.
+        // Connect && Send and Start pressed while listening are ignored.
         f.setUp({"Opt_Cnn2", "cmd_CSend", "Opt_Cnn1", "Cmd_Start"});
     });
     f.listenUntil(1000);
