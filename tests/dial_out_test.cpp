@@ -5,356 +5,246 @@
 namespace sim::test {
 namespace {
 
-// ---- connect ----
-
-TEST(DialOut, ConnectReportsSuccessWithTheStampOfTheClickAndLocksThePanel) {
-    DeviceAsServer f;
-    f.sim.network.latency = 900; // the device takes nearly the whole second to accept
-    f.clickAt(250, f.p.Cmd_Start);
-    EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:00.250] : Connection Success")});
-    EXPECT_EQ(f.sim.scheduler.now(), 1150);
-    EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kConnected);
-    for (const Control* off : std::initializer_list<const Control*>{
-             &f.p.Frame1, &f.p.Frame2, &f.p.txt_Logfile, &f.p.Frame10, &f.p.chkMode, &f.p.Cmd_Start}) {
-        EXPECT_FALSE(off->enabled()) << off->name().toStdString();
-    }
-    EXPECT_TRUE(f.p.Cmd_Send.enabled());
-    EXPECT_TRUE(f.p.cmd_End.enabled());
-    EXPECT_TRUE(f.p.client_status.running());
-    EXPECT_EQ(f.p.bFailShown, 0);
-    EXPECT_EQ(f.p.List1.listIndex(), 0);
-    EXPECT_EQ(f.sim.network.dialled(), std::vector<QString>{QStringLiteral("127.0.0.1:4000")});
-}
-
-TEST(DialOut, ADeviceThatNeverAnswersFailsAfterOneTickThenTheWatcherReportsOnce) {
-    DeviceAsServer f(Answer::Ignore);
-    f.op.click(f.p.Cmd_Start);
-    EXPECT_EQ(f.sim.scheduler.now(), 1000);
-    EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:00.000] : Connection Fail")});
-    EXPECT_TRUE(f.p.Cmd_Start.enabled()) << "the panel is unlocked";
-    EXPECT_TRUE(f.p.Frame1.enabled());
-    f.sim.scheduler.runUntil(5000);
-    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Fail"),
-                                     QStringLiteral("[10:00:02.000] : Connection Fail")}));
-    EXPECT_EQ(f.p.bFailShown, 1);
-}
-
-TEST(DialOut, ARefusedConnectGetsAnErrorReportAndTheWaitRunsOut) {
-    DeviceAsServer f(Answer::Refuse);
-    f.sim.dialogs.answerAfter = 300;
-    f.op.click(f.p.Cmd_Start);
-    ASSERT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("E........")});
-    EXPECT_EQ(f.sim.dialogs.shown[0].title, QStringLiteral("Error"));
-    EXPECT_EQ(f.sim.dialogs.shown[0].style, 16);
-    // The report row follows the operator's answer; the wait still runs to its tick.
-    EXPECT_EQ(f.rows(),
-              (QStringList{QStringLiteral("10:00:00Client Socket Error : Referance Err_Log File ....... "),
-                           QStringLiteral("[10:00:00.000] : Connection Fail")}));
-    const QByteArray report =
-        fileBytes(f.sim.folders.programFolder() + QStringLiteral("/Err_Log/20261122.txt"));
-    EXPECT_EQ(
-        report,
-        QByteArray(
-            "Err Title : Client Socket Error\r\nErr Time : 2026/11/22 10:00:00\r\nErr Number : 10061\r\n"
-            "Err Desc : Connection is forcefully rejected\r\nErr Source : Client_Socket\r\n\r\n"));
-    EXPECT_EQ(fileBytes(f.dailyLogPath()), report)
-        << "the report is copied to the daily log, at level List too";
-}
-
-TEST(DialOut, ARefusedCheckShowsItsMessageAndTheWatcherStillReportsASecondLater) {
-    DeviceAsServer f;
-    f.p.txt_Destination_Port.setText(QString());
-    f.op.click(f.p.Cmd_Start);
-    ASSERT_EQ(f.sim.dialogs.shown.size(), 1U);
-    EXPECT_EQ(f.sim.dialogs.shown[0].text, QStringLiteral("Input Destination Port"));
-    EXPECT_EQ(f.sim.dialogs.shown[0].style, 16);
-    EXPECT_TRUE(f.p.Cmd_Start.enabled());
-    f.sim.scheduler.runUntil(1500);
-    EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:01.000] : Connection Fail")});
-
-    DeviceAsServer g;
-    for (int i = 0; i < 4; ++i) {
-        g.p.txt_Destination_IP(i).setText(QString());
-    }
-    g.op.click(g.p.Cmd_Start);
-    EXPECT_EQ(g.shownTexts(), std::vector<QString>{QStringLiteral("Input Destination IP")});
-    EXPECT_TRUE(g.sim.network.dialled().empty());
-}
-
-TEST(DialOut, SendParametersAreCheckedInOrderForTheSendingActions) {
-    DeviceAsServer f;
-    f.op.click(f.p.opt_Send_Only);
-    f.p.com_Count.setText(QString());
-    f.op.click(f.p.Cmd_Start);
-    EXPECT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("Input Count")});
-    EXPECT_EQ(f.sim.dialogs.shown[0].title, QStringLiteral("Count"));
-    EXPECT_EQ(f.sim.dialogs.shown[0].style, 48);
-    f.p.com_Count.setListIndex(0);
-    f.op.click(f.p.Cmd_Start);
-    EXPECT_EQ(f.shownTexts().back(), QStringLiteral("input Send Data"));
-    EXPECT_TRUE(f.sim.network.dialled().empty());
-}
-
-TEST(DialOut, ARepeatRunIsArmedOnConnectFromTheTimeGap) {
-    DeviceAsServer f;
-    f.op.click(f.p.opt_Send_Only);
-    f.p.txt_Data_Input.setText(QStringLiteral("x"));
-    f.p.com_Timegap.setText(QStringLiteral(" 2.5 "));
-    f.op.click(f.p.Cmd_Start);
-    EXPECT_TRUE(f.p.Timer1.running());
-    EXPECT_EQ(f.p.Timer1.interval(), 2500);
-    EXPECT_TRUE(f.p.Cmd_Send.enabled());
-    EXPECT_TRUE(f.device()->received().empty()) << "nothing is sent when the run is armed";
-}
-
-TEST(DialOut, ATimeGapThatIsNoUsableNumberArmsNothingAndSaysSo) {
-    // Only blanks may stand around the number: a tab makes it no number.
-    for (const char* gap : {"abc", "-1", "70", "\t2"}) {
-        DeviceAsServer f;
-        f.op.click(f.p.opt_Send_Only);
-        f.p.txt_Data_Input.setText(QStringLiteral("x"));
-        f.p.com_Timegap.setText(QString::fromLatin1(gap));
-        f.op.click(f.p.Cmd_Start);
-        EXPECT_FALSE(f.p.Timer1.running()) << gap;
-        EXPECT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("Input Timegap")}) << gap;
-        EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:00.000] : Connection Success")})
-            << "the link is up all the same";
-    }
-}
-
-TEST(DialOut, APortThatIsNoNumberFailsWithoutDialling) {
-    DeviceAsServer f;
-    f.p.txt_Destination_Port.setText(QStringLiteral("40x"));
-    f.op.click(f.p.Cmd_Start);
-    EXPECT_EQ(f.rows(), QStringList{QStringLiteral("[10:00:00.000] : Connection Fail")});
-    EXPECT_EQ(f.sim.scheduler.now(), 0) << "a connect that cannot start does not wait";
-    EXPECT_TRUE(f.sim.network.dialled().empty());
-}
-
-// ---- what the device sends ----
-
-struct Exchange : DeviceAsServer {
-    Exchange() { op.click(p.Cmd_Start); }
-    void deviceSends(const char* text) {
-        device()->send(text);
-        sim.scheduler.runFor(10);
-    }
-};
-
-TEST(DeviceSends, EachActionAnswersAsItSays) {
+TEST(DialOut, AStartConnectsFailsOrIsRefusedAndTheWatcherReportsALinkThatIsNotUpOnce) {
+    // The operator sets the panel up and presses the button of the last step at 250 ms; the device takes
+    // 900 ms to answer a connect, the operator 300 ms to answer a box.
     struct Case {
-        const char* action;
-        const char* input;
-        const char* answered;
-        int records;
+        Answer answer;
+        Steps setUp;
+        Ms returned;
+        const char* enabled;
+        QStringList rows; // at 5 s
+        QStringList shown{};
+        QByteArray report{};
     };
-    const Case cases[] = {{"opt_Send_recv", "", "ping", 2},
-                          {"opt_Send_input", "pong", "pong", 2},
-                          {"opt_Send_Only", "pong", "", 1},
-                          {"opt_Receive_Only", "pong", "", 1}};
+    const char* const unlocked = "Frame1 Frame2 Frame10 chkMode Cmd_Start";
+    const QStringList watcher{"[10:00:01.550] : Connection Fail"};
+    const Steps start{"Cmd_Start"};
+    const Case cases[] = {
+        {Answer::Accept, start, 1150, "Cmd_Send cmd_End", QStringList{"[10:00:00.250] : Connection Success"}},
+        {Answer::Ignore, start, 1250, unlocked,
+         QStringList{"[10:00:00.250] : Connection Fail", "[10:00:02.250] : Connection Fail"}},
+        {Answer::Refuse, start, 1450, unlocked,
+         QStringList{"10:00:01Client Socket Error : Referance Err_Log File ....... ",
+                     "[10:00:00.250] : Connection Fail", "[10:00:02.450] : Connection Fail"},
+         QStringList{"E........ [Error 16]"},
+         "Err Title : Client Socket Error\r\nErr Time : 2026/11/22 10:00:01\r\nErr Number : 10061\r\n"
+         "Err Desc : Connection is forcefully rejected\r\nErr Source : Client_Socket\r\n\r\n"},
+        // A start refused by a check waits only for the operator; the watcher it armed still reports.
+        {Answer::Accept, Steps{"txt_Destination_Port=", "Cmd_Start"}, 550, unlocked, watcher,
+         QStringList{"Input Destination Port [Error 16]"}},
+        {Answer::Accept,
+         Steps{"txt_Destination_IP(0)=", "txt_Destination_IP(1)=", "txt_Destination_IP(2)=",
+               "txt_Destination_IP(3)=", "Cmd_Start"},
+         550, unlocked, watcher, QStringList{"Input Destination IP [Error 16]"}},
+        {Answer::Accept, Steps{"txt_Destination_Port=40x", "Cmd_Start"}, 250, unlocked,
+         QStringList{"[10:00:00.250] : Connection Fail", "[10:00:01.250] : Connection Fail"}},
+        // The sending actions check the gap, the count and the data, in that order; blanks are no empty text.
+        {Answer::Accept, Steps{"opt_Send_Only", "com_Timegap=", "com_Count=", "Cmd_Start"}, 550, unlocked,
+         watcher, QStringList{"Input Timegap [Timegap 48]"}},
+        {Answer::Accept, Steps{"opt_Send_input", "com_Count=", "Cmd_Start"}, 550, unlocked, watcher,
+         QStringList{"Input Count [Count 48]"}},
+        {Answer::Accept,
+         Steps{"opt_Send_Only", "opt_OneTime",
+               "com_Timegap=  ", "com_Count= ", "txt_Data_Input=   ", "Cmd_Start"},
+         1150, "Cmd_Send cmd_End", QStringList{"[10:00:00.250] : Connection Success"}},
+        {Answer::Accept, Steps{"opt_Client", "txt_Port=", "Cmd_Start"}, 550, unlocked, watcher,
+         QStringList{"Input Port No [Error 16]"}},
+        // Connect && Send checks as Connect does, then as Send does; only Connect arms the watcher.
+        {Answer::Accept, Steps{"Opt_Cnn2", "opt_Send_Only", "cmd_CSend"}, 850,
+         "Frame1 Frame2 Frame10 chkMode", QStringList{},
+         QStringList{"input Send Data [Send Data 48]", "Please Input Data [SEND FAIL 48]"}},
+    };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.setUp.front());
+        DeviceAsServer f(c.answer);
+        f.sim.network.latency = 900;
+        f.sim.dialogs.answerAfter = 300;
+        f.runUntil(250);
+        f.setUp(c.setUp);
+        EXPECT_EQ(f.sim.scheduler.now(), c.returned);
+        EXPECT_EQ(f.unlocked(), c.enabled);
+        EXPECT_EQ(f.shown(), c.shown);
+        EXPECT_EQ(f.p.List1.listIndex(), f.rows().size() - 1);
+        f.runUntil(5000);
+        EXPECT_EQ(f.rows(), c.rows);
+        EXPECT_EQ(fileBytes(f.sim.folders.programFolder() + "/Err_Log/20261122.txt"), c.report);
+        EXPECT_EQ(fileBytes(f.dailyLogPath()), c.report)
+            << "a report is copied to the daily log, at List too";
+    }
+}
+
+TEST(DeviceSends, TheActionOfTheMomentSaysHowTheDataIsAnswered) {
+    struct Case {
+        const char *action, *input, *answered;
+        QStringList records;
+        int state = socket_state::kConnected;
+    };
+    const QString recv = "[10:00:00.002] : Recv [4 byte] :  ping";
+    const Case cases[] = {
+        {"opt_Send_recv", "", "ping", QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  ping", " "}},
+        {"opt_Send_input", "pong", "pong",
+         QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  pong", " "}},
+        {"opt_Send_Only", "pong", "", QStringList{recv, " "}},
+        // An answer that cannot be built sends nothing and brings no box.
+        {"opt_Send_input", "", "", QStringList{recv, " ", "[10:00:00.002] : Send Fail"}},
+        // Connect && Close ends the link on the first data, after the answer; the panel stays locked.
+        {"Opt_Cnn2", "", "ping",
+         QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  ping", " ",
+                     "[10:00:00.002] : Client Disconnected"},
+         socket_state::kClosed},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.action);
         DeviceAsServer f;
-        f.op.click(*f.p.find(c.action));
-        f.p.txt_Data_Input.setText(QString::fromLatin1(c.input));
         f.op.click(f.p.Cmd_Start);
+        // The actions are locked during a link: the program sets them.
+        static_cast<OptionButton*>(f.p.find(c.action))->setValue(true);
+        f.p.txt_Data_Input.setText(c.input);
         f.device()->send("ping");
         f.sim.scheduler.runFor(10);
         EXPECT_EQ(f.device()->received(), bytesOf(c.answered));
-        EXPECT_EQ(f.rows().filter(QStringLiteral(" byte] : ")).size(), c.records);
-        EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kConnected);
+        EXPECT_EQ(f.rows().mid(1), c.records);
+        EXPECT_TRUE(f.shown().isEmpty());
+        EXPECT_EQ(f.p.Client_Socket.state(), c.state);
+        EXPECT_FALSE(f.p.Frame1.enabled()) << "the panel stays locked";
     }
 }
 
-TEST(DeviceSends, TheEchoIsRecordedWithTheSameCountAfterTheReceivedRecord) {
-    Exchange f;
-    f.deviceSends("ABC");
-    EXPECT_EQ(f.rows(),
-              (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
-                           QStringLiteral("[10:00:00.002] : Recv [3 byte] :  ABC"), QStringLiteral(" "),
-                           QStringLiteral("[10:00:00.002] : Send [3 byte] :  ABC"), QStringLiteral(" ")}));
-    EXPECT_EQ(f.p.List1.listIndex(), 4);
-}
-
-TEST(DeviceSends, AnAnswerThatCannotBeBuiltSendsNothingAndIsRecordedAsASendFailure) {
-    Exchange f;
-    f.p.Frame2.setEnabled(true);
-    f.p.opt_Send_input.setValue(true);
-    f.p.txt_Data_Input.setText(QString());
-    f.deviceSends("Q");
-    EXPECT_TRUE(f.device()->received().empty());
-    EXPECT_EQ(f.rows().last(), QStringLiteral("[10:00:00.002] : Send Fail"));
-    EXPECT_TRUE(f.sim.dialogs.shown.empty()) << "an answer failure brings no box";
-}
-
-TEST(DeviceSends, ConnectAndCloseEndsTheLinkOnTheFirstDataAfterTheAnswer) {
-    Exchange f;
-    f.op.click(f.p.Opt_Cnn2); // live during the link
-    f.deviceSends("one");
-    EXPECT_EQ(f.device()->received(), bytesOf("one"));
-    EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kClosed);
-    EXPECT_EQ(f.rows().last(), QStringLiteral("[10:00:00.002] : Client Disconnected"));
-    EXPECT_FALSE(f.p.Frame1.enabled()) << "the panel stays locked";
-    // Close afterwards (offered again by Connect) adds a second line and unlocks.
-    f.op.click(f.p.Opt_Cnn1);
-    f.op.click(f.p.cmd_End);
-    EXPECT_EQ(f.rows().filter(QStringLiteral("Client Disconnected")).size(), 2);
-    EXPECT_TRUE(f.p.Frame1.enabled());
-}
-
-// ---- manual send ----
-
-TEST(ManualSend, SendsOnTheOpenLinkAndRecordsIt) {
-    Exchange f;
-    f.op.click(f.p.opt_Receive_Only);
-    f.keys.type(f.p.txt_Data_Input, QStringLiteral(" HELLO "));
-    f.op.click(f.p.Cmd_Send);
-    f.sim.scheduler.runFor(10);
-    EXPECT_EQ(f.device()->received(), bytesOf(" HELLO "));
-    EXPECT_EQ(f.rows().at(1), QStringLiteral("[10:00:00.001] : Send [7 byte] :   HELLO "));
-    EXPECT_EQ(f.sim.network.dialled().size(), 1U) << "no reconnect";
-}
-
-TEST(ManualSend, AnOddHexTextBringsInvalidDataThenSendsTheEvenPart) {
-    DeviceAsServer f;
-    f.op.click(f.p.opt_HexA);
-    f.keys.type(f.p.txt_Data_Input, QStringLiteral("414"));
-    f.op.click(f.p.Cmd_Start);
-    f.sim.scheduler.runUntil(500);
-    f.op.click(f.p.Cmd_Send);
-    f.sim.scheduler.runFor(10);
-    EXPECT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("Invalid Data")});
-    EXPECT_EQ(f.device()->received(), (Bytes{0x41}));
-    EXPECT_EQ(f.rows().at(1), QStringLiteral("[10:00:00.500] : Send [1 byte] :  41"));
-}
-
-TEST(ManualSend, ABlankTextOrOneDigitSendsNothing) {
-    DeviceAsServer f;
-    f.op.click(f.p.opt_HexA);
-    f.op.click(f.p.Cmd_Start);
-    f.p.txt_Data_Input.setText(QStringLiteral("   "));
-    f.op.click(f.p.Cmd_Send);
-    EXPECT_EQ(f.shownTexts(), std::vector<QString>{QStringLiteral("Please Input Data")});
-    EXPECT_EQ(f.sim.dialogs.shown[0].title, QStringLiteral("SEND FAIL"));
-    f.p.txt_Data_Input.setText(QString());
-    f.keys.type(f.p.txt_Data_Input, QStringLiteral("7"));
-    f.op.click(f.p.Cmd_Send);
-    EXPECT_EQ(f.shownTexts().size(), 2U) << "one Invalid Data for a lone digit";
-    // Text that reached the box other than by typing: the conversion fails, nothing is sent.
-    f.p.txt_Data_Input.setText(QStringLiteral("zz"));
-    f.op.click(f.p.Cmd_Send);
-    EXPECT_EQ(f.shownTexts().back(), QStringLiteral("Invalid Data"));
-    f.sim.scheduler.runFor(10);
-    EXPECT_TRUE(f.device()->received().empty());
-}
-
-TEST(ManualSend, OnlySpacesCountAsBlanksOfAnEmptyText) {
-    // A tab, a line break or a non-breaking space is a payload like any other character.
-    const std::vector<std::pair<const char16_t*, Bytes>> cases = {
-        {u"\t", {0x09}}, {u"\r\n", {0x0D, 0x0A}}, {u"\u00A0", {0xA0}}};
-    for (const auto& [text, bytes] : cases) {
-        Exchange f;
-        f.op.click(f.p.opt_Receive_Only);
-        f.p.txt_Data_Input.setText(QString::fromUtf16(text));
-        f.op.click(f.p.Cmd_Send);
+TEST(ManualSend, SendsTheTextInTheFormOfTheMomentAndRefusesWhatItCannotCarry) {
+    struct Case {
+        bool hex;
+        const char16_t* text;
+        QStringList shown;
+        Bytes sent;
+        const char* record;
+    };
+    const Case cases[] = {
+        // Only spaces are blanks: a tab is a payload like any other, sent with the spaces around it.
+        {false, u" \t ", {}, {0x20, 0x09, 0x20}, "[10:00:00.500] : Send [3 byte] :   \t "},
+        {true, u"   ", {"Please Input Data [SEND FAIL 48]"}, {}, nullptr},
+        // An odd count of digits is invalid, and its even part goes; a lone digit or a text that reached
+        // the box other than by typing sends nothing.
+        {true, u"414", {"Invalid Data [Error 16]"}, {0x41}, "[10:00:00.500] : Send [1 byte] :  41"},
+        {true, u"7", {"Invalid Data [Error 16]"}, {}, nullptr},
+        {true, u"zz", {"Invalid Data [Error 16]"}, {}, nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(QString::fromUtf16(c.text).toStdString());
+        DeviceAsServer f;
+        f.setUp({"opt_Receive_Only", c.hex ? "opt_HexA" : "opt_Ascii", "Cmd_Start"});
+        f.p.txt_Data_Input.setText(QString::fromUtf16(c.text));
+        f.clickAt(500, f.p.Cmd_Send);
         f.sim.scheduler.runFor(10);
-        EXPECT_TRUE(f.shownTexts().empty());
-        EXPECT_EQ(f.device()->received(), bytes);
+        EXPECT_EQ(f.shown(), c.shown);
+        EXPECT_EQ(f.device()->received(), c.sent);
+        EXPECT_EQ(f.rows().value(1), QString::fromUtf8(c.record));
+        EXPECT_EQ(f.sim.network.dialled().size(), 1U) << "no reconnect";
     }
 }
 
-TEST(ManualSend, WithNoLinkItDialsOnceAndSendsIfThatWorked) {
+TEST(ManualSend, AfterTheDeviceHungUpTheWatcherReportsOnceAndSendDialsAgain) {
     DeviceAsServer f;
-    f.p.txt_Data_Input.setText(QStringLiteral("hi"));
-    f.p.Cmd_Send.setEnabled(true);
-    f.op.click(f.p.Cmd_Send);
-    f.sim.scheduler.runFor(10);
-    EXPECT_EQ(f.device()->received(), bytesOf("hi"));
-    EXPECT_EQ(f.rows().first(), QStringLiteral("[10:00:00.000] : Connection Success"));
-}
-
-TEST(ManualSend, AfterTheDeviceHungUpSendDialsAgainAndSends) {
-    DeviceAsServer f;
-    f.op.click(f.p.opt_Receive_Only);
-    f.p.txt_Data_Input.setText(QStringLiteral("again"));
-    f.op.click(f.p.Cmd_Start);
+    f.setUp({"opt_Receive_Only", "txt_Data_Input=again", "Cmd_Start"});
     const auto first = f.device();
-    f.sim.scheduler.runUntil(1500);
+    f.runUntil(1500);
     first->close();
-    f.sim.scheduler.runUntil(2500);
-    ASSERT_EQ(f.rows().last(), QStringLiteral("[10:00:02.001] : Connection Fail"));
+    f.runUntil(2500);
+    EXPECT_EQ(f.unlocked(), "Cmd_Send cmd_End") << "locked until Close";
     f.clickAt(3000, f.p.Cmd_Send);
     f.sim.scheduler.runFor(10);
-    EXPECT_EQ(f.sim.network.dialled().size(), 2U);
     ASSERT_NE(f.device(), first);
     EXPECT_EQ(f.device()->received(), bytesOf("again"));
-    EXPECT_TRUE(first->received().empty());
-    EXPECT_EQ(f.rows(),
-              (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
-                           QStringLiteral("[10:00:02.001] : Connection Fail"),
-                           QStringLiteral("[10:00:03.000] : Connection Success"),
-                           QStringLiteral("[10:00:03.001] : Send [5 byte] :  again"), QStringLiteral(" ")}));
+    EXPECT_EQ(
+        f.rows(),
+        (QStringList{"[10:00:00.000] : Connection Success", "[10:00:02.001] : Connection Fail",
+                     "[10:00:03.000] : Connection Success", "[10:00:03.001] : Send [5 byte] :  again", " "}));
     // Only Connect clears the watcher's flag, so a second loss goes unreported.
     f.device()->close();
     f.sim.scheduler.runFor(3000);
     EXPECT_EQ(f.rows().size(), 5);
 }
 
-TEST(ManualSend, ConnectSendReceiveCloseIsOneExchange) {
+TEST(PanelReset, UnlocksWhatALinkLockedAndTouchesNothingElse) {
+    // The log file box comes back at the levels that write the named file.
+    for (const char* level : {"opt_File", "opt_List", "opt_None"}) {
+        SCOPED_TRACE(level);
+        DeviceAsServer f;
+        Panel& p = f.p;
+        f.setUp({level, "Cmd_Start"}); // a link: the panel is locked
+        // What the reset must leave alone is set against it.
+        p.Timer2.setEnabled(true);
+        p.cmd_CSend.setEnabled(true);
+        p.Label7.setEnabled(false);
+        p.iRepeatNo = 3;
+        p.iStepNo = 2;
+        p.bFailShown = 1;
+        f.form.link().PanelReset();
+        EXPECT_EQ(f.unlocked(), std::string(level) == "opt_File"
+                                    ? "Frame1 Frame2 txt_Logfile Frame10 chkMode Cmd_Start"
+                                    : "Frame1 Frame2 Frame10 chkMode Cmd_Start");
+        EXPECT_EQ(f.enabledOf({&p.Timer1, &p.client_status, &p.Timer2, &p.cmd_CSend, &p.Label7}),
+                  "client_status Timer2 cmd_CSend");
+        EXPECT_EQ(p.Client_Socket.state(), socket_state::kConnected);
+        EXPECT_EQ((std::vector<int>{p.iRepeatNo, p.iStepNo, p.bFailShown}), (std::vector<int>{3, 2, 1}));
+    }
+}
+
+TEST(ConnectTick, CountsUpTo10001AndThenStartsAgainFromZero) {
+    SimForm f;
+    f.p.iConnectTick = 9999;
+    f.p.TmrConnect.setInterval(1000); // enabled by design; idle only while its interval is 0
+    std::vector<int> seen;
+    for (Ms at : {1000, 2000, 3000, 4000}) {
+        f.sim.scheduler.runUntil(at);
+        seen.push_back(f.p.iConnectTick);
+    }
+    EXPECT_EQ(seen, (std::vector<int>{10000, 10001, 0, 1}));
+}
+
+// A press that would dial out while a connect wait runs is held back until no wait runs, then runs as
+// an event of its own; a repeat tick that comes during a wait is dropped. Before this, the inner
+// connect waited for the outer wait, which could only end after the inner one: the form hung.
+
+TEST(ConnectWaits, PressesDuringAWaitRunInTheirOrderOnceNoWaitRunsAndAPressHeldInsideALaterWaitWaitsAgain) {
+    // Two presses held by one wait: the first starts a wait of its own, inside which the second is
+    // held again.
     DeviceAsServer f;
-    f.sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
-        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes&) {
-            weak.lock()->send("ack");
-        };
-    };
-    f.op.click(f.p.Opt_Cnn2);
-    f.op.click(f.p.opt_Receive_Only);
-    f.keys.type(f.p.txt_Data_Input, QStringLiteral("req"));
+    f.sim.network.latency = 400;
+    f.setUp({"Opt_Cnn2", "opt_Receive_Only", "txt_Data_Input=a"});
+    f.at(100, [&f] { f.op.click(f.p.cmd_CSend); });
+    f.at(200, [&f] { f.setUp({"txt_Data_Input=b", "cmd_CSend"}); });
     f.op.click(f.p.cmd_CSend);
-    f.sim.scheduler.runFor(50);
-    EXPECT_EQ(f.rows(),
-              (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
-                           QStringLiteral("[10:00:00.001] : Send [3 byte] :  req"), QStringLiteral(" "),
-                           QStringLiteral("[10:00:00.003] : Recv [3 byte] :  ack"), QStringLiteral(" "),
-                           QStringLiteral("[10:00:00.003] : Client Disconnected")}));
-    EXPECT_FALSE(f.p.Cmd_Send.enabled());
-    EXPECT_TRUE(f.p.cmd_End.enabled());
-    EXPECT_FALSE(f.p.client_status.running()) << "only Connect arms the watcher";
+    EXPECT_EQ(f.sim.scheduler.now(), 400) << "the first press returned before the held ones ran";
+    f.runUntil(5000);
+    EXPECT_EQ(f.rows().filter("Connection Success"),
+              (QStringList{"[10:00:00.000] : Connection Success", "[10:00:00.400] : Connection Success",
+                           "[10:00:00.800] : Connection Success"}));
+    EXPECT_EQ(f.sim.network.dialled().size(), 3U);
 }
 
-TEST(ManualSend, ConnectSendWithAnEmptyTextAndSendOnlyRefusesTwice) {
-    DeviceAsServer f;
-    f.op.click(f.p.Opt_Cnn2);
-    f.op.click(f.p.opt_Send_Only);
-    f.op.click(f.p.cmd_CSend);
-    EXPECT_EQ(f.shownTexts(),
-              (std::vector<QString>{QStringLiteral("input Send Data"), QStringLiteral("Please Input Data")}));
-    EXPECT_TRUE(f.sim.network.dialled().empty());
+TEST(ConnectWaits, AHeldPressOfAButtonThatCannotBePressedAnyMoreIsDropped) {
+    DeviceAsServer f(Answer::Ignore);
+    f.setUp({"Opt_Cnn2", "Opt_Cnn1", "txt_Data_Input=hi"}); // Connect's click offers Send with no link
+    f.at(500, [&f] { EXPECT_TRUE(f.op.click(f.p.Cmd_Send)); });
+    f.op.click(f.p.Cmd_Start); // fails, and the reset turns Cmd_Send off
+    f.runUntil(1500);
+    EXPECT_EQ(f.sim.network.dialled().size(), 1U);
 }
 
-// ---- close ----
-
-TEST(Close, EndsTheLinkReportsAndUnlocks) {
-    Exchange f;
-    f.clickAt(3000, f.p.cmd_End);
-    EXPECT_EQ(f.rows().last(), QStringLiteral("[10:00:03.000] : Client Disconnected"));
-    EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kClosed);
-    EXPECT_FALSE(f.device()->open());
-    EXPECT_FALSE(f.p.client_status.running());
-    EXPECT_TRUE(f.p.Cmd_Start.enabled());
-    EXPECT_FALSE(f.p.Cmd_Send.enabled());
-    EXPECT_FALSE(f.p.cmd_End.enabled());
-    f.sim.scheduler.runFor(5000);
-    EXPECT_EQ(f.rows().size(), 2) << "the watcher stays silent after a close";
-}
-
-TEST(Close, ALinkLostAfterSuccessIsReportedOnceByTheWatcher) {
-    Exchange f;
-    f.sim.scheduler.runUntil(1500);
-    f.device()->close();
-    f.sim.scheduler.runUntil(4000);
-    EXPECT_EQ(f.rows(), (QStringList{QStringLiteral("[10:00:00.000] : Connection Success"),
-                                     QStringLiteral("[10:00:02.001] : Connection Fail")}));
-    EXPECT_FALSE(f.p.Frame1.enabled()) << "still locked until Close";
+TEST(ConnectWaits, ARepeatTickDuringTheRedialOfSendIsDroppedUncounted) {
+    RepeatRun f("1", "3", "x");
+    f.sim.scheduler.setHorizon(60'000);
+    f.op.click(f.p.Cmd_Start);
+    f.runUntil(1100);
+    f.device()->reset(); // the link dies; its error closes the socket
+    f.runUntil(1250);
+    f.sim.network.latency = 800;
+    f.clickAt(1300, f.p.Cmd_Send); // dials again: the device accepts at 2100
+    EXPECT_EQ(f.p.iRepeatNo, 0) << "the tick at 2000 came during the wait and was dropped before it counted";
+    f.runUntil(10'000);
+    EXPECT_EQ(f.sim.network.dialled().size(), 2U) << "no second reconnect on top of the first";
+    EXPECT_EQ(f.sendTimes(), (Times{1000, 2100, 3100, 4100, 5100}));
 }
 
 } // namespace

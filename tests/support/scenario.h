@@ -3,9 +3,10 @@
 #include "support/files.h"
 #include "support/sim_form.h"
 
-#include <QDir>
-
 namespace sim::test {
+
+using Steps = std::vector<const char*>; // what the operator sets up, as DeviceAsServer::setUp reads it
+using Times = std::vector<Ms>;
 
 // The form pointed at a device on 127.0.0.1:4000 of the simulated network.
 struct DeviceAsServer : SimForm {
@@ -16,6 +17,49 @@ struct DeviceAsServer : SimForm {
 
     std::shared_ptr<DeviceLink> device() const { return sim.network.lastLink(); }
     QStringList rows() const { return p.List1.rows(); }
+    // Each message box shown, as "text [title style]".
+    QStringList shown() const {
+        QStringList out;
+        for (const auto& d : sim.dialogs.shown) {
+            out << QStringLiteral("%1 [%2 %3]").arg(d.text, d.title).arg(d.style);
+        }
+        return out;
+    }
+    // The names of those of the controls that are enabled.
+    static std::string enabledOf(std::initializer_list<const Control*> controls) {
+        QStringList on;
+        for (const Control* c : controls) {
+            if (c->enabled()) {
+                on << c->name();
+            }
+        }
+        return on.join(QLatin1Char(' ')).toStdString();
+    }
+    // Those of the controls a link locks and unlocks that are enabled.
+    std::string unlocked() const {
+        return enabledOf({&p.Frame1, &p.Frame2, &p.txt_Logfile, &p.Frame10, &p.chkMode, &p.Cmd_Start,
+                          &p.Cmd_Send, &p.cmd_End});
+    }
+    QString dailyLogPath() const {
+        return sim.folders.workingFolder() + QStringLiteral("/log/STAT_") +
+               sim.scheduler.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");
+    }
+    QString namedLogPath() const { return QDir::fromNativeSeparators(p.txt_Logfile.text()); }
+    // Sets the panel up step by step: "name" clicks the control, "name=text" writes the text of a box.
+    void setUp(const Steps& steps) {
+        for (const QString step : steps) {
+            const QString name = step.section(QLatin1Char('='), 0, 0);
+            Control& c = **std::find_if(p.controls().begin(), p.controls().end(),
+                                        [&](const Control* c) { return c->name() == name; });
+            if (!step.contains(QLatin1Char('='))) {
+                op.click(c);
+            } else if (auto* box = dynamic_cast<TextBox*>(&c)) {
+                box->setText(step.section(QLatin1Char('='), 1));
+            } else {
+                dynamic_cast<ComboBox&>(c).setText(step.section(QLatin1Char('='), 1));
+            }
+        }
+    }
     std::vector<QString> shownTexts() const {
         std::vector<QString> out;
         for (const auto& d : sim.dialogs.shown) {
@@ -23,15 +67,40 @@ struct DeviceAsServer : SimForm {
         }
         return out;
     }
-    QString dailyLogPath() const {
-        return sim.folders.workingFolder() + QStringLiteral("/log/STAT_") +
-               sim.scheduler.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");
-    }
-    QString namedLogPath() const { return QDir::fromNativeSeparators(p.txt_Logfile.text()); }
+    void at(Ms at, std::function<void()> fn) { sim.scheduler.at(at, std::move(fn)); }
+    void runUntil(Ms at) { sim.scheduler.runUntil(at); }
     // Clicks at the virtual time `at` and runs the events up to it.
     void clickAt(Ms at, Control& control) {
         sim.scheduler.runUntil(at);
         op.click(control);
+    }
+    // A device that answers each payload with the same bytes.
+    void deviceAnswers() {
+        sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
+            link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
+                weak.lock()->send(bytes);
+            };
+        };
+    }
+    // The virtual times of the sends on the dialling socket.
+    Times sendTimes() const {
+        Times times;
+        for (const auto& [at, bytes] : sim.network.socketNamed(QStringLiteral("Client_Socket"))->sent) {
+            times.push_back(at);
+        }
+        return times;
+    }
+};
+
+// The dial-out side set up for a repeat run: "Send Input Data && Receive" with Repeat, a gap in
+// seconds, a count and a payload, as an operator types them.
+struct RepeatRun : DeviceAsServer {
+    explicit RepeatRun(const char* gap = "1", const char* count = "Endless", const char* payload = "tick") {
+        sim.network.latency = 0; // a connect is accepted at the moment it is made
+        op.click(p.opt_Send_Only);
+        op.edited(p.com_Timegap, QString::fromLatin1(gap));
+        op.edited(p.com_Count, QString::fromLatin1(count));
+        p.txt_Data_Input.setText(QString::fromLatin1(payload));
     }
 };
 
