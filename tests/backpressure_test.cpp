@@ -28,7 +28,7 @@ TEST(Backpressure, AStuckDevicesEchoesWaitWithinTheBoundUnlostAndAllItSentIsReco
     for (std::size_t i = 0; i < burst.size(); ++i) {
         burst[i] = static_cast<std::uint8_t>((i * 31 + i / 4093) % 251);
     }
-    f.sim.scheduler.at(100, [&] { client = f.sim.network.deviceConnects(5000); });
+    f.sim.scheduler.at(100, [&] { client = f.deviceDials(5000); });
     f.sim.scheduler.at(200, [&] {
         client->stopReading();
         client->send(burst);

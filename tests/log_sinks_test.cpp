@@ -28,7 +28,7 @@ TEST(StatusLines, OnlyTheDialsAndTheDataArrivalsReachTheFilesAndOnlyAtListPlusFi
         f.op.click(f.p.opt_Client);
         f.p.txt_Port.setText(QStringLiteral("5000"));
         std::shared_ptr<DeviceLink> client;
-        f.sim.scheduler.at(2600, [&] { client = f.sim.network.deviceConnects(5000); });
+        f.sim.scheduler.at(2600, [&] { client = f.deviceDials(5000); });
         f.sim.scheduler.at(2800, [&] { client->close(); });
         f.sim.scheduler.at(3500, [&] { f.op.click(f.p.cmd_End); });
         f.op.click(f.p.Cmd_Start);

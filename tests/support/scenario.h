@@ -15,7 +15,20 @@ struct DeviceAsServer : SimForm {
         pointAtLoopback(p, 4000);
     }
 
-    std::shared_ptr<DeviceLink> device() const { return sim.network.lastLink(); }
+    // The link the device holds; a test whose link never came fails here instead of crashing.
+    std::shared_ptr<DeviceLink> device() const {
+        if (auto link = sim.network.lastLink()) {
+            return link;
+        }
+        throw std::logic_error("the device holds no link");
+    }
+    // The device dials the simulator's listening port; a test whose listen never came up fails here.
+    std::shared_ptr<DeviceLink> deviceDials(int port) {
+        if (auto link = sim.network.deviceConnects(port)) {
+            return link;
+        }
+        throw std::logic_error("nothing listens on the port the device dials");
+    }
     QStringList rows() const { return p.List1.rows(); }
     // Each message box shown, as "text [title style]".
     QStringList shown() const {
