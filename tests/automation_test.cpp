@@ -1,5 +1,6 @@
 // The built program run as a test pipeline runs it: headless, from a profile, over 127.0.0.1 only, with a
-// home and working folder of its own, and a copy of the program in a folder of its own for its error reports.
+// home of its own that it is started in, and a copy of the program in a folder of its own for its error
+// reports.
 
 #include <QCoreApplication>
 #include <QDir>
@@ -43,7 +44,7 @@ protected:
                                  "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
             env.remove(QLatin1String(name));
         }
-        for (const char* sub : {"home", "runtime", "work"}) {
+        for (const char* sub : {"home", "runtime"}) {
             dir.mkpath(QLatin1String(sub));
         }
         env.insert("HOME", dir.filePath("home"));
@@ -51,7 +52,7 @@ protected:
         QFile::setPermissions(dir.filePath(QStringLiteral("runtime")),
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         process.setProcessEnvironment(env);
-        process.setWorkingDirectory(dir.filePath(QStringLiteral("work")));
+        process.setWorkingDirectory(dir.filePath(QStringLiteral("home"))); // as from the menu
     }
 
     // Starts the program headless, on a profile of these lines unless there are none, with these options.
@@ -128,7 +129,8 @@ TEST_F(Program, AnEchoServerAnswersAClientLogsItAndSigtermEndsItAsCloseDoesWithZ
         EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
         return file.readAll();
     };
-    const QDir daily(root.filePath(QStringLiteral("work/log")));
+    // Started in its home, the program keeps its daily log in its data folder.
+    const QDir daily(root.filePath(QStringLiteral("home/.local/share/TK7300_SIMUL/Simulator/log")));
     const QStringList days = daily.entryList({QStringLiteral("STAT_*.log")});
     ASSERT_EQ(days.size(), 1);
     const QByteArray logged = read(named);
