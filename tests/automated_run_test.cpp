@@ -10,16 +10,13 @@
 namespace sim::test {
 namespace {
 
-Platform withDialogs(const Platform& p, Dialogs& dialogs) {
-    return {p.pump, p.timers, p.network, dialogs, p.settings, p.clock, p.folders, p.browser, p.files};
-}
-
 // The form as the program builds it for a run: its message boxes told to the verdict, its rows printed.
 struct Unattended {
     SimPlatform sim;
     RunVerdict verdict;
     WatchedDialogs dialogs{sim.dialogs, verdict};
-    FrmSimulator form{withDialogs(sim.platform(), dialogs)};
+    FrmSimulator form{{sim.scheduler, sim.scheduler, sim.network, dialogs, sim.settings, sim.scheduler,
+                       sim.folders, sim.browser, sim.files}};
     Panel& p = form.panel();
     QStringList printed;
     std::unique_ptr<AutomatedRun> run;

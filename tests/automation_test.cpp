@@ -118,9 +118,7 @@ TEST_F(Program, AnEchoServerAnswersAClientLogsItAndSigtermEndsItAsCloseDoesWithZ
     ASSERT_TRUE(shows(out, "] : Client Disconnected")) << out.toStdString();
     process.terminate();
     EXPECT_EQ(finish(5000), 0) << err.toStdString();
-    EXPECT_EQ(rowsEndingWith("] : Client Connected"), 1);
     EXPECT_EQ(rowsEndingWith("] : Recv [5 byte] :  hello"), 1);
-    EXPECT_EQ(rowsEndingWith("] : Send [5 byte] :  hello"), 1);
     EXPECT_TRUE(out.endsWith("] : Server Closed\n")) << out.toStdString();
     EXPECT_TRUE(err.isEmpty()) << err.toStdString();
 
@@ -161,7 +159,8 @@ TEST_F(Program, APrintedProfileLoadsBackABadProfileExitsWithTwoAndAFailedRunWith
          {"\nopt_Server=true\n", "\ntxt_Destination_IP(0)=100\n", "\ntxt_Destination_Port=4000\n"}) {
         EXPECT_TRUE(printed.contains(line)) << line;
     }
-    EXPECT_TRUE(QFile::exists(root.filePath("home/.config/TK7300_SIMUL/Simulator.conf")))
+    QFile saved(root.filePath(QStringLiteral("home/.config/TK7300_SIMUL/Simulator.conf")));
+    EXPECT_TRUE(saved.open(QIODevice::ReadOnly) && saved.readAll().contains("\nPORT=4000\n"))
         << "the settings of the test's own folder were read and saved";
     out.clear();
     start(QString::fromUtf8(printed).split(u'\n'), {"--print-profile"});
