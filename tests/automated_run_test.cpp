@@ -21,8 +21,7 @@ struct Unattended {
     QStringList printed;
     std::unique_ptr<AutomatedRun> run;
 
-    // The destination is the device that listens on 127.0.0.1:4000. The profile's lines are separated by
-    // blanks.
+    // The destination is the device on 127.0.0.1:4000; the profile's lines are separated by blanks.
     Unattended(const char* profile, AutomatedRun::Plan plan) {
         form.load();
         pointAtLoopback(p, 4000);
@@ -36,8 +35,7 @@ struct Unattended {
             form, sim.scheduler, sim.scheduler, verdict, plan,
             AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}});
     }
-    // Runs until the program closes, or fails the test a minute on; ended at once, as by a signal as the
-    // program comes up.
+    // Runs until the program closes (ended at once, as by a signal at start-up), or fails a minute on.
     void go(bool endAtOnce = false) {
         run->begin();
         if (endAtOnce) {

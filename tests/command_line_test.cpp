@@ -37,7 +37,6 @@ TEST(CommandLine, OpensTheWindowOrReadsARunOrPrintsHelpOrTheVersionOrAUsageError
         {"-platform offscreen", "window"},
         {"-style=fusion -reverse", "window"},
         {"-qwindowtitle --help", "window"},
-        {"--", "window"},
         {"--headless --profile echo.ini --start --duration 600 --quiet -platform offscreen",
          "headless profile=echo.ini start 600000ms quiet"},
         {"--print-profile --profile=a.ini", "profile=a.ini print"},

@@ -120,7 +120,6 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
 }
 
 TEST(QtPlatform, TheClockTellsTheLocalDateAndTimeOfTheSystemToTheSecond) {
-    ASSERT_EQ(QDateTime::currentDateTime().offsetFromUtc(), 9 * 3600) << "the zone the test main sets";
     const qt::QtClock clock;
     const QDateTime before = QDateTime::currentDateTime().addMSecs(-1000);
     const QDateTime told(clock.localDate(), clock.localTime());
