@@ -10,22 +10,18 @@
 namespace sim::test {
 namespace {
 
-Platform withDialogs(const Platform& p, Dialogs& dialogs) {
-    return {p.pump, p.timers, p.network, dialogs, p.settings, p.clock, p.folders, p.browser, p.files};
-}
-
 // The form as the program builds it for a run: its message boxes told to the verdict, its rows printed.
 struct Unattended {
     SimPlatform sim;
     RunVerdict verdict;
     WatchedDialogs dialogs{sim.dialogs, verdict};
-    FrmSimulator form{withDialogs(sim.platform(), dialogs)};
+    FrmSimulator form{{sim.scheduler, sim.scheduler, sim.network, dialogs, sim.settings, sim.scheduler,
+                       sim.folders, sim.browser, sim.files}};
     Panel& p = form.panel();
     QStringList printed;
     std::unique_ptr<AutomatedRun> run;
 
-    // The destination is the device that listens on 127.0.0.1:4000. The profile's lines are separated by
-    // blanks.
+    // The destination is the device on 127.0.0.1:4000; the profile's lines are separated by blanks.
     Unattended(const char* profile, AutomatedRun::Plan plan) {
         form.load();
         pointAtLoopback(p, 4000);
@@ -39,8 +35,7 @@ struct Unattended {
             form, sim.scheduler, sim.scheduler, verdict, plan,
             AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}});
     }
-    // Runs until the program closes, or fails the test a minute on; ended at once, as by a signal as the
-    // program comes up.
+    // Runs until the program closes (ended at once, as by a signal at start-up), or fails a minute on.
     void go(bool endAtOnce = false) {
         run->begin();
         if (endAtOnce) {

@@ -37,13 +37,4 @@ template <class Cond> bool pumpUntil(EventPump& pump, Cond cond, int limitMs = 5
     return cond();
 }
 
-struct MixedForm {
-    MixedPlatform mixed;
-    FrmSimulator form{mixed.platform()};
-    Panel& p = form.panel();
-    Operator& op = form.op();
-    Keyboard keys{p, op};
-    MixedForm() { form.load(); }
-};
-
 } // namespace sim::test
