@@ -74,96 +74,64 @@ TEST(DialOut, AStartConnectsFailsOrIsRefusedAndTheWatcherReportsALinkThatIsNotUp
     }
 }
 
-TEST(DeviceSends, TheActionOfTheMomentSaysHowTheDataIsAnswered) {
+TEST(Exchange, TheDeviceGetsTheAnswerTheActionOfTheMomentMakesOrTheTextSentInItsForm) {
+    // During the link the program sets the options (the operator cannot reach them), then the device
+    // sends "ping" or the operator presses Send.
     struct Case {
-        const char *action, *input, *answered;
-        QStringList records;
+        const char *options, *input;
+        bool press;
+        const char* received; // by the device
+        QStringList rows;     // after Connection Success
+        QStringList shown = {};
         int state = socket_state::kConnected;
     };
     const QString recv = "[10:00:00.002] : Recv [4 byte] :  ping";
+    const char* const hex = "opt_Receive_Only opt_HexA";
     const Case cases[] = {
-        {"opt_Send_recv", "", "ping", QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  ping", " "}},
-        {"opt_Send_input", "pong", "pong",
+        {"opt_Send_recv", "", false, "ping",
+         QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  ping", " "}},
+        {"opt_Send_input", "pong", false, "pong",
          QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  pong", " "}},
-        {"opt_Send_Only", "pong", "", QStringList{recv, " "}},
-        {"opt_Receive_Only", "pong", "", QStringList{recv, " "}},
+        {"opt_Send_Only", "pong", false, "", QStringList{recv, " "}},
         // An answer that cannot be built sends nothing and brings no box.
-        {"opt_Send_input", "", "", QStringList{recv, " ", "[10:00:00.002] : Send Fail"}},
+        {"opt_Send_input", "", false, "", QStringList{recv, " ", "[10:00:00.002] : Send Fail"}},
         // Connect && Close ends the link on the first data, after the answer; the panel stays locked.
-        {"Opt_Cnn2", "", "ping",
+        {"Opt_Cnn2", "", false, "ping",
          QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  ping", " ",
                      "[10:00:00.002] : Client Disconnected"},
-         socket_state::kClosed},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.action);
-        DeviceAsServer f;
-        f.op.click(f.p.Cmd_Start);
-        // The actions are locked during a link: the program sets them.
-        static_cast<OptionButton*>(f.p.find(c.action))->setValue(true);
-        f.p.txt_Data_Input.setText(c.input);
-        f.device()->send("ping");
-        f.sim.scheduler.runFor(10);
-        EXPECT_EQ(f.device()->received(), bytesOf(c.answered));
-        EXPECT_EQ(f.rows().mid(1), c.records);
-        EXPECT_TRUE(f.shown().isEmpty());
-        EXPECT_EQ(f.p.Client_Socket.state(), c.state);
-        EXPECT_FALSE(f.p.Frame1.enabled()) << "the panel stays locked";
-    }
-}
-
-TEST(ManualSend, SendsTheTextInTheFormOfTheMomentAndRefusesWhatItCannotCarry) {
-    struct Case {
-        bool hex;
-        const char16_t* text;
-        QStringList shown;
-        Bytes sent;
-        const char* record;
-    };
-    const Case cases[] = {
+         QStringList{}, socket_state::kClosed},
         // Only spaces are blanks: a tab is a payload like any other, sent with the spaces around it.
-        {false, u" \t ", {}, {0x20, 0x09, 0x20}, "[10:00:00.500] : Send [3 byte] :   \t "},
-        {true, u"   ", {"Please Input Data [SEND FAIL 48]"}, {}, nullptr},
+        {"opt_Receive_Only", " \t ", true, " \t ",
+         QStringList{"[10:00:00.001] : Send [3 byte] :   \t ", " "}},
+        {hex, "   ", true, "", QStringList{}, QStringList{"Please Input Data [SEND FAIL 48]"}},
         // An odd count of digits is invalid, and its even part goes; a lone digit or a text that reached
         // the box other than by typing sends nothing.
-        {true, u"414", {"Invalid Data [Error 16]"}, {0x41}, "[10:00:00.500] : Send [1 byte] :  41"},
-        {true, u"7", {"Invalid Data [Error 16]"}, {}, nullptr},
-        {true, u"zz", {"Invalid Data [Error 16]"}, {}, nullptr},
+        {hex, "414", true, "A", QStringList{"[10:00:00.001] : Send [1 byte] :  41", ""},
+         QStringList{"Invalid Data [Error 16]"}},
+        {hex, "7", true, "", QStringList{}, QStringList{"Invalid Data [Error 16]"}},
+        {hex, "zz", true, "", QStringList{}, QStringList{"Invalid Data [Error 16]"}},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(QString::fromUtf16(c.text).toStdString());
+        SCOPED_TRACE(std::string(c.options) + " " + c.input);
         DeviceAsServer f;
-        f.setUp({"opt_Receive_Only", c.hex ? "opt_HexA" : "opt_Ascii", "Cmd_Start"});
-        f.p.txt_Data_Input.setText(QString::fromUtf16(c.text));
-        f.clickAt(500, f.p.Cmd_Send);
+        f.op.click(f.p.Cmd_Start);
+        for (const QString& name : QString::fromLatin1(c.options).split(u' ')) {
+            static_cast<OptionButton*>(f.p.find(name.toStdString()))->setValue(true);
+        }
+        f.p.txt_Data_Input.setText(QString::fromLatin1(c.input));
+        if (c.press) {
+            f.op.click(f.p.Cmd_Send);
+        } else {
+            f.device()->send("ping");
+        }
         f.sim.scheduler.runFor(10);
+        EXPECT_EQ(f.device()->received(), bytesOf(c.received));
+        EXPECT_EQ(f.rows().mid(1), c.rows);
         EXPECT_EQ(f.shown(), c.shown);
-        EXPECT_EQ(f.device()->received(), c.sent);
-        EXPECT_EQ(f.rows().value(1), QString::fromUtf8(c.record));
+        EXPECT_EQ(f.p.Client_Socket.state(), c.state);
+        EXPECT_FALSE(f.p.Frame1.enabled()) << "the panel stays locked";
         EXPECT_EQ(f.sim.network.dialled().size(), 1U) << "no reconnect";
     }
-}
-
-TEST(ManualSend, AfterTheDeviceHungUpTheWatcherReportsOnceAndSendDialsAgain) {
-    DeviceAsServer f;
-    f.setUp({"opt_Receive_Only", "txt_Data_Input=again", "Cmd_Start"});
-    const auto first = f.device();
-    f.runUntil(1500);
-    first->close();
-    f.runUntil(2500);
-    EXPECT_EQ(f.unlocked(), "Cmd_Send cmd_End") << "locked until Close";
-    f.clickAt(3000, f.p.Cmd_Send);
-    f.sim.scheduler.runFor(10);
-    ASSERT_NE(f.device(), first);
-    EXPECT_EQ(f.device()->received(), bytesOf("again"));
-    EXPECT_EQ(
-        f.rows(),
-        (QStringList{"[10:00:00.000] : Connection Success", "[10:00:02.001] : Connection Fail",
-                     "[10:00:03.000] : Connection Success", "[10:00:03.001] : Send [5 byte] :  again", " "}));
-    // Only Connect clears the watcher's flag, so a second loss goes unreported.
-    f.device()->close();
-    f.sim.scheduler.runFor(3000);
-    EXPECT_EQ(f.rows().size(), 5);
 }
 
 TEST(PanelReset, UnlocksWhatALinkLockedAndTouchesNothingElse) {
@@ -233,19 +201,32 @@ TEST(ConnectWaits, AHeldPressOfAButtonThatCannotBePressedAnyMoreIsDropped) {
     EXPECT_EQ(f.sim.network.dialled().size(), 1U);
 }
 
-TEST(ConnectWaits, ARepeatTickDuringTheRedialOfSendIsDroppedUncounted) {
+TEST(ConnectWaits, AfterTheDeviceHungUpSendDialsAgainOnceAndARepeatTickDuringItsWaitIsDroppedUncounted) {
     RepeatRun f("1", "3", "x");
     f.sim.scheduler.setHorizon(60'000);
     f.op.click(f.p.Cmd_Start);
+    const auto first = f.device();
     f.runUntil(1100);
-    f.device()->reset(); // the link dies; its error closes the socket
+    first->close();
     f.runUntil(1250);
+    EXPECT_EQ(f.unlocked(), "Cmd_Send cmd_End") << "locked until Close";
     f.sim.network.latency = 800;
     f.clickAt(1300, f.p.Cmd_Send); // dials again: the device accepts at 2100
     EXPECT_EQ(f.p.iRepeatNo, 0) << "the tick at 2000 came during the wait and was dropped before it counted";
+    ASSERT_NE(f.device(), first);
     f.runUntil(10'000);
     EXPECT_EQ(f.sim.network.dialled().size(), 2U) << "no second reconnect on top of the first";
     EXPECT_EQ(f.sendTimes(), (Times{1000, 2100, 3100, 4100, 5100}));
+    EXPECT_EQ(f.device()->received(), bytesOf("xxxx"));
+    EXPECT_EQ(f.rows().filter("] : Connection "),
+              (QStringList{"[10:00:00.000] : Connection Success", "[10:00:02.000] : Connection Fail",
+                           "[10:00:01.300] : Connection Success"}))
+        << "the watcher saw the link down during the wait; the new link's line bears the time it began";
+    // Only Connect clears the watcher's flag, so a second loss goes unreported.
+    const int rows = f.rows().size();
+    f.device()->close();
+    f.runUntil(13'000);
+    EXPECT_EQ(f.rows().size(), rows);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "support/panel_state.h"
 #include "support/scenario.h"
 
+#include <QRegularExpression>
+
 #include <gtest/gtest.h>
 
 namespace sim::test {
@@ -11,7 +13,11 @@ struct DeviceAsClient : DeviceAsServer {
     std::shared_ptr<DeviceLink> client;
     DeviceAsClient() { setUp({"opt_Client", "txt_Port=5000"}); }
     void connectAt(Ms when) {
-        at(when, [this] { client = sim.network.deviceConnects(5000); });
+        at(when, [this] {
+            if (!(client = sim.network.deviceConnects(5000))) {
+                throw std::logic_error("nothing listens on the port the device dials");
+            }
+        });
     }
     // Scripts the operator's Close, then presses Listen; returns when listening has ended.
     void listenUntil(Ms close) {
@@ -22,6 +28,7 @@ struct DeviceAsClient : DeviceAsServer {
 
 TEST(Listen, ServesOneClientAtATimeAndListensAgainAfterEachEndUntilClose) {
     DeviceAsClient f;
+    f.setUp({"Opt_List_File"});
     std::shared_ptr<DeviceLink> second;
     f.connectAt(100);
     f.at(200, [&] {
@@ -56,10 +63,15 @@ TEST(Listen, ServesOneClientAtATimeAndListensAgainAfterEachEndUntilClose) {
     EXPECT_EQ(f.client->received(), bytesOf("AB"));
     EXPECT_TRUE(second->received().empty());
     EXPECT_EQ(f.p.Server_Socket.state(), socket_state::kClosed);
-    EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode Cmd_Start");
+    EXPECT_EQ(f.unlocked(), "Frame1 Frame2 txt_Logfile Frame10 chkMode Cmd_Start");
     // Close armed the watcher on the way out of Listen: one line a second later, then silence.
     f.runUntil(4000);
     EXPECT_EQ(f.rows().mid(16), QStringList{"[10:00:02.000] : Connection Fail"});
+    EXPECT_EQ(fileBytes(f.namedLogPath()),
+              "[10:00:00.201] : Recv [2 byte] : AB\r\n[10:00:00.201] : Send [2 byte] : AB\r\n"
+              "[10:00:00.701] : Recv [1 byte] : ?\r\n[10:00:00.701] : Send Fail\r\n"
+              "[10:00:02.000] : Connection Fail\r\n")
+        << "of the listening side's own lines none is filed";
 }
 
 TEST(Listen, ATakenPortIsRetriedWithoutEndBoundedInTheListAndCloseStillStops) {
@@ -74,14 +86,56 @@ TEST(Listen, ATakenPortIsRetriedWithoutEndBoundedInTheListAndCloseStillStops) {
     EXPECT_TRUE(f.shown().isEmpty()) << "no message box for a failed listen";
 }
 
-TEST(Listen, ClosingTheWindowEndsTheLoop) {
-    DeviceAsClient f;
+// A device whose receive path is stuck sends and reads nothing: what waits unsent for it stays within
+// 4 MiB, an echo is never lost, a send of the operator's past that fails and says so.
+TEST(Backpressure, AStuckDevicesEchoesWaitWithinTheBoundUnlostAndAllItSentIsRecordedWhenItHangsUp) {
+    DeviceAsClient f; // the simulator listens on 5000 and echoes
+    // The bytes of the records as they reach the list, by direction, and the failed sends: old rows go as
+    // a long payload fills many.
+    std::map<QString, qsizetype> recorded;
+    f.p.List1.rowAdded = [&recorded](const QString& row) {
+        static const QRegularExpression head(
+            QStringLiteral("\\] : (Recv|Send) \\[(\\d+) byte\\]|\\] : (Send Fail)$"));
+        const auto m = head.match(row);
+        recorded[m.captured(1) + m.captured(3)] += m.hasCaptured(2) ? m.captured(2).toLongLong() : 1;
+    };
+    f.p.txt_Data_Input.setText("PING");
+    Bytes burst(9 << 19); // 4.5 MiB, more than the simulator may hold unsent
+    for (std::size_t i = 0; i < burst.size(); ++i) {
+        burst[i] = static_cast<std::uint8_t>((i * 31 + i / 4093) % 251);
+    }
     f.connectAt(100);
-    f.at(200, [&] { f.op.closeWindow(); });
-    f.op.click(f.p.Cmd_Start);
-    EXPECT_EQ(f.sim.scheduler.now(), 200);
-    EXPECT_EQ(f.p.Server_Socket.state(), socket_state::kClosed);
-    EXPECT_FALSE(f.client->open());
+    f.at(200, [&] {
+        f.client->stopReading();
+        f.client->send(burst);
+    });
+    f.at(1000, [&] {
+        // Reading has stopped at the bound: every echo made so far waits, none was refused.
+        EXPECT_GE(f.client->unread(), qsizetype{4} << 20);
+        EXPECT_LE(f.client->unread(), (qsizetype{4} << 20) + 32767) << "at most one answer past the bound";
+        EXPECT_EQ(recorded["Recv"], f.client->unread()) << "everything taken in was answered";
+        // The form still answers the operator: a manual send past the bound fails and says so.
+        f.op.click(f.p.Cmd_Send);
+        EXPECT_EQ(f.rows().last(), "[10:00:01.000] : Send Fail");
+    });
+    f.at(1500, [&] { f.client->startReading(); });
+    f.at(2500, [&] { f.op.click(f.p.Cmd_Send); });
+    // Stuck again, the device sends as much once more and hangs up.
+    f.at(3000, [&] {
+        f.client->stopReading();
+        f.client->send(burst);
+    });
+    f.at(4000, [&] { f.client->close(); });
+    f.listenUntil(5000);
+
+    Bytes expected = burst;
+    expected.insert(expected.end(), {'P', 'I', 'N', 'G'});
+    EXPECT_TRUE(f.client->received() == expected) << "every byte echoed, in order, then the later send";
+    const auto total = static_cast<qsizetype>(2 * burst.size());
+    EXPECT_EQ(recorded["Recv"], total) << "all it sent, also what it sent before it hung up";
+    EXPECT_EQ(recorded["Send"], total + 4) << "every arrival echoed, and the PING";
+    EXPECT_EQ(recorded["Send Fail"], 1);
+    EXPECT_EQ(f.rows().filter("Disconnected"), QStringList{"[10:00:04.001] : Client Disconnected"});
 }
 
 TEST(Role, SwitchesThePanelBetweenTheListenPortAndTheDestination) {
