@@ -170,10 +170,6 @@ struct ProgramRun : RepeatRun {
             op.edited(p.txtTimeGap(i), gaps[i]);
         }
     }
-    void start(Ms at = 0) { clickAt(at, p.cmdSendStart); }
-    QStringList gapsShown() const {
-        return {p.txtTimeGap(0).text(), p.txtTimeGap(1).text(), p.txtTimeGap(2).text()};
-    }
 };
 
 TEST(ProgramRun, StartConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
@@ -185,13 +181,13 @@ TEST(ProgramRun, StartConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
     EXPECT_TRUE(f.sim.network.dialled().empty());
     // A device that does not answer gets one second; a failed connect shows nothing, the caption stays.
     f.sim.network.deviceListens("127.0.0.1", 4000, Answer::Ignore);
-    f.start();
+    f.op.click(f.p.cmdSendStart);
     EXPECT_EQ(f.sim.scheduler.now(), 1000);
     EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
     EXPECT_EQ(f.shown().size(), 1);
     EXPECT_TRUE(f.rows().isEmpty());
     f.sim.network.deviceListens("127.0.0.1", 4000);
-    f.start(1200);
+    f.clickAt(1200, f.p.cmdSendStart);
     EXPECT_EQ(f.p.cmdSendStart.caption(), "End");
     EXPECT_EQ(f.rows(), QStringList{"[10:00:01.200] : Client Connected"});
     EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode") << "nothing locked";
@@ -257,14 +253,16 @@ TEST(ProgramRun, EachStepGoesTheGapTypedBeforeItAfterThePreviousOneUntilAStepOrA
     for (const auto& c : cases) {
         SCOPED_TRACE(c.steps.front());
         ProgramRun f(c.steps, c.gaps);
-        f.start();
+        f.op.click(f.p.cmdSendStart);
         if (c.during != nullptr) {
             c.during(f);
         }
         f.runUntil(40'000);
         EXPECT_EQ(f.sendTimes(), c.sends);
         EXPECT_EQ(f.rows().size(), 1 + 2 * c.sends.size()) << "each send is recorded, and no report made";
-        EXPECT_EQ(f.gapsShown(), c.gapsShown) << "the default gap is written where the operator sees it";
+        EXPECT_EQ((QStringList{f.p.txtTimeGap(0).text(), f.p.txtTimeGap(1).text(), f.p.txtTimeGap(2).text()}),
+                  c.gapsShown)
+            << "the default gap is written where the operator sees it";
         EXPECT_EQ(f.p.Timer2.enabled() ? f.p.Timer2.interval() : -1, c.timer2);
         EXPECT_EQ(f.p.iStepNo, c.step);
         EXPECT_TRUE(f.shown().isEmpty()) << "the failure path shows nothing";

@@ -31,20 +31,17 @@ struct DeviceAsServer : SimForm {
         }
         return out;
     }
-    // The names of those of the controls that are enabled.
-    static std::string enabledOf(std::initializer_list<const Control*> controls) {
+    // The names of those of the controls a link locks and unlocks that are enabled.
+    std::string unlocked() const {
+        const Control* const locked[] = {&p.Frame1,  &p.Frame2,    &p.txt_Logfile, &p.Frame10,
+                                         &p.chkMode, &p.Cmd_Start, &p.Cmd_Send,    &p.cmd_End};
         QStringList on;
-        for (const Control* c : controls) {
+        for (const Control* c : locked) {
             if (c->enabled()) {
                 on << c->name();
             }
         }
         return on.join(QLatin1Char(' ')).toStdString();
-    }
-    // Those of the controls a link locks and unlocks that are enabled.
-    std::string unlocked() const {
-        return enabledOf({&p.Frame1, &p.Frame2, &p.txt_Logfile, &p.Frame10, &p.chkMode, &p.Cmd_Start,
-                          &p.Cmd_Send, &p.cmd_End});
     }
     QString dailyLogPath() const {
         return sim.folders.workingFolder() + QStringLiteral("/log/STAT_20261122.log");
