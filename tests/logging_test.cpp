@@ -220,7 +220,6 @@ TEST(ErrorReports, GoToTheDaysFileAndTheDailyLogAtLevelNoneAndOnlyTheClientsShow
     error("Client_Socket", 10054, 700); // the box is open across midnight: the report follows the answer
     EXPECT_EQ(f.sim.dialogs.shown.size(), 2U);
     const QString errLog = f.sim.folders.programFolder() + QStringLiteral("/Err_Log/");
-    const QString dailyLog = f.sim.folders.workingFolder() + QStringLiteral("/log/STAT_");
     const QByteArray before = fileBytes(errLog + QStringLiteral("20261122.txt"));
     const QByteArray after = fileBytes(errLog + QStringLiteral("20261123.txt"));
     EXPECT_EQ(
@@ -233,8 +232,8 @@ TEST(ErrorReports, GoToTheDaysFileAndTheDailyLogAtLevelNoneAndOnlyTheClientsShow
     EXPECT_EQ(after, QByteArray("Err Title : Client Socket Error\r\nErr Time : 2026/11/23 00:00:00\r\n"
                                 "Err Number : 10054\r\nErr Desc : The connection is reset by remote side\r\n"
                                 "Err Source : Client_Socket\r\n\r\n"));
-    EXPECT_EQ(fileBytes(dailyLog + QStringLiteral("20261122.log")), before);
-    EXPECT_EQ(fileBytes(dailyLog + QStringLiteral("20261123.log")), after);
+    EXPECT_EQ(fileBytes(f.dailyLogPath()), before);
+    EXPECT_EQ(fileBytes(f.sim.folders.workingFolder() + QStringLiteral("/log/STAT_20261123.log")), after);
     EXPECT_EQ(f.rows().last(), "00:00:00Client Socket Error : Referance Err_Log File ....... ")
         << "the row too bears the time of the answer";
 }

@@ -6,7 +6,7 @@ namespace sim::test {
 namespace {
 
 TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitAndCloseEndsIt) {
-    RepeatRun f("2", "3", "HELLO");
+    RepeatRun f("2", " 3 ", "HELLO"); // blanks around a count are no part of it
     f.clickAt(500, f.p.Cmd_Start);
     f.runUntil(8000);
     EXPECT_EQ(f.rows(),
@@ -50,7 +50,6 @@ TEST(RepeatRun, TheGapAndTheCountAsTypedGiveTheSendsOfTheFirstTenSeconds) {
         {"0.0125", "4", {}, 4, 12, 48, 4},
         {"1", "2.5", {}, 2, 1000, 2000, 2},
         {"1", "3.5", {}, 4, 1000, 4000, 4},
-        {"1", " 3 ", {}, 3, 1000, 3000, 3},
         {"1", "0", {}, 0, 0, 0, 0},
         {"0", "5", {}, 0, 0, 0, 0},
         // A gap or a count that is no usable number arms nothing and says so; the link is up all the same.
