@@ -5,7 +5,7 @@
 namespace sim::test {
 namespace {
 
-TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitAndCloseEndsIt) {
+TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitCloseEndsItAndConnectAndCloseRedials) {
     RepeatRun f("2", " 3 ", "HELLO"); // blanks around a count are no part of it
     f.clickAt(500, f.p.Cmd_Start);
     f.runUntil(8000);
@@ -34,6 +34,19 @@ TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitAndCloseEnd
     EXPECT_TRUE(f.p.Timer1.running());
     EXPECT_TRUE(f.shown().isEmpty());
     EXPECT_TRUE(f.rows().filter("Connection Fail").isEmpty()) << "the watcher stays silent after a close";
+    // Under Connect && Close each echo ends the link; the redial uses a tick and sets the count back,
+    // so one send goes every second tick until Close.
+    f.sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
+        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
+            weak.lock()->send(bytes);
+        };
+    };
+    f.setUp({"cmd_End", "com_Timegap=1", "com_Count=2", "Opt_Cnn2", "cmd_CSend"});
+    f.runUntil(28'500);
+    EXPECT_EQ(f.sendTimes(), (Times{2500, 4500, 6500, 11000, 20000, 22000, 24000, 26000, 28000}));
+    EXPECT_EQ(f.sim.network.dialled().size(), 7U);
+    EXPECT_TRUE(f.p.Timer1.running());
+    EXPECT_EQ(f.unlocked(), "cmd_End") << "no Send under Connect && Close";
 }
 
 TEST(RepeatRun, TheGapAndTheCountAsTypedGiveTheSendsOfTheFirstTenSeconds) {
@@ -140,22 +153,6 @@ TEST(RepeatRun, ALinkLostIsDialledAgainAtTheNextTickOnceThatTickHasItsPayloadAnd
         EXPECT_EQ(f.unlocked(), c.unlocked);
         EXPECT_EQ(f.p.Timer1.running(), c.ticking);
     }
-}
-
-TEST(RepeatRun, ConnectAndCloseRedialsAfterEachAnswerAndTheRedialSetsTheCountBack) {
-    // The redial uses a tick and sets the counter back, so one send goes every second tick until Close.
-    RepeatRun f("1", "2", "q");
-    f.sim.network.onLink = [](std::shared_ptr<DeviceLink> link) { // the device answers with the same bytes
-        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
-            weak.lock()->send(bytes);
-        };
-    };
-    f.setUp({"Opt_Cnn2", "cmd_CSend"});
-    f.runUntil(8500);
-    EXPECT_EQ(f.sendTimes(), (Times{0, 2000, 4000, 6000, 8000}));
-    EXPECT_EQ(f.sim.network.dialled().size(), 5U);
-    EXPECT_TRUE(f.p.Timer1.running());
-    EXPECT_EQ(f.unlocked(), "cmd_End") << "no Send under Connect && Close";
 }
 
 // Program Mode ticked and the steps typed, on the dial-out side.
