@@ -10,8 +10,6 @@ namespace {
 
 struct Logged : DeviceAsServer {
     Logged() { sim.scheduler.setStart(QDateTime(QDate(2026, 11, 22), QTime(9, 15, 2, 7))); }
-    QByteArray named() const { return fileBytes(namedLogPath()); }
-    QByteArray daily() const { return fileBytes(dailyLogPath()); }
 };
 
 // A record of the payload, or of a failure where there is none: the rows the list gets and the line the
@@ -75,8 +73,8 @@ TEST(Records, GoWhereTheLevelSaysInTheFormOfTheFormatCutInRowsOfSixtyCharacters)
             const bool fileOnly = !toList && !c.fileOnlyLine.isEmpty();
             file += level.contains("File") ? (fileOnly ? c.fileOnlyLine : c.fileLine) + "\r\n" : "";
             EXPECT_EQ(f.rows(), rows);
-            EXPECT_EQ(f.named(), file);
-            EXPECT_EQ(f.daily(), file);
+            EXPECT_EQ(fileBytes(f.namedLogPath()), file);
+            EXPECT_EQ(fileBytes(f.dailyLogPath()), file);
         }
     }
 }
@@ -103,7 +101,7 @@ TEST(ListUpkeep, LongRecordsShowTheSameRowsWithOrWithoutTheFilesAndTheListKeeps2
         EXPECT_EQ(f.rows(), rows.mid(2 * 548 + 2 * 548 - 2001) + rows)
             << "each row past 2001 takes the oldest";
         EXPECT_EQ(f.p.List1.listIndex(), 2000);
-        EXPECT_GT(f.named().size(), 80'000) << "the files hold the whole text";
+        EXPECT_GT(fileBytes(f.namedLogPath()).size(), 80'000) << "the files hold the whole text";
         // Rows added without a trim leave the list over its limit: a record takes one old row for each
         // of its own, then one more.
         f.p.List1.addItem(QStringLiteral("a"));
