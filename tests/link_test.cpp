@@ -154,8 +154,8 @@ TEST(PanelReset, UnlocksWhatALinkLockedAndTouchesNothingElse) {
         EXPECT_EQ(f.unlocked(), std::string(level) == "opt_File"
                                     ? "Frame1 Frame2 txt_Logfile Frame10 chkMode Cmd_Start"
                                     : "Frame1 Frame2 Frame10 chkMode Cmd_Start");
-        const QString untouched = "-Timer1 +client_status +Timer2 +cmd_CSend -Label7";
-        EXPECT_EQ(factsOf(p, untouched), untouched);
+        const QString timersAndOthers = "-Timer1 +client_status +Timer2 +cmd_CSend -Label7";
+        EXPECT_EQ(factsOf(p, timersAndOthers), timersAndOthers);
         EXPECT_EQ(p.Client_Socket.state(), socket_state::kConnected);
         EXPECT_EQ((std::vector<int>{p.iRepeatNo, p.iStepNo, p.bFailShown}), (std::vector<int>{3, 2, 1}));
     }
