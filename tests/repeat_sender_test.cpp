@@ -5,8 +5,8 @@
 namespace sim::test {
 namespace {
 
-TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitAndCloseEndsIt) {
-    RepeatRun f("2", "3", "HELLO");
+TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitCloseEndsItAndConnectAndCloseRedials) {
+    RepeatRun f("2", " 3 ", "HELLO"); // blanks around a count are no part of it
     f.clickAt(500, f.p.Cmd_Start);
     f.runUntil(8000);
     EXPECT_EQ(f.rows(),
@@ -34,6 +34,19 @@ TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitAndCloseEnd
     EXPECT_TRUE(f.p.Timer1.running());
     EXPECT_TRUE(f.shown().isEmpty());
     EXPECT_TRUE(f.rows().filter("Connection Fail").isEmpty()) << "the watcher stays silent after a close";
+    // Under Connect && Close each echo ends the link; the redial uses a tick and sets the count back,
+    // so one send goes every second tick until Close.
+    f.sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
+        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
+            weak.lock()->send(bytes);
+        };
+    };
+    f.setUp({"cmd_End", "com_Timegap=1", "com_Count=2", "Opt_Cnn2", "cmd_CSend"});
+    f.runUntil(28'500);
+    EXPECT_EQ(f.sendTimes(), (Times{2500, 4500, 6500, 11000, 20000, 22000, 24000, 26000, 28000}));
+    EXPECT_EQ(f.sim.network.dialled().size(), 7U);
+    EXPECT_TRUE(f.p.Timer1.running());
+    EXPECT_EQ(f.unlocked(), "cmd_End") << "no Send under Connect && Close";
 }
 
 TEST(RepeatRun, TheGapAndTheCountAsTypedGiveTheSendsOfTheFirstTenSeconds) {
@@ -50,7 +63,6 @@ TEST(RepeatRun, TheGapAndTheCountAsTypedGiveTheSendsOfTheFirstTenSeconds) {
         {"0.0125", "4", {}, 4, 12, 48, 4},
         {"1", "2.5", {}, 2, 1000, 2000, 2},
         {"1", "3.5", {}, 4, 1000, 4000, 4},
-        {"1", " 3 ", {}, 3, 1000, 3000, 3},
         {"1", "0", {}, 0, 0, 0, 0},
         {"0", "5", {}, 0, 0, 0, 0},
         // A gap or a count that is no usable number arms nothing and says so; the link is up all the same.
@@ -143,16 +155,115 @@ TEST(RepeatRun, ALinkLostIsDialledAgainAtTheNextTickOnceThatTickHasItsPayloadAnd
     }
 }
 
-TEST(RepeatRun, ConnectAndCloseRedialsAfterEachAnswerAndTheRedialSetsTheCountBack) {
-    // The redial uses a tick and sets the counter back, so one send goes every second tick until Close.
-    RepeatRun f("1", "2", "q");
-    f.deviceAnswers();
-    f.setUp({"Opt_Cnn2", "cmd_CSend"});
-    f.runUntil(8500);
-    EXPECT_EQ(f.sendTimes(), (Times{0, 2000, 4000, 6000, 8000}));
-    EXPECT_EQ(f.sim.network.dialled().size(), 5U);
-    EXPECT_TRUE(f.p.Timer1.running());
-    EXPECT_EQ(f.unlocked(), "cmd_End") << "no Send under Connect && Close";
+// Program Mode ticked and the steps typed, on the dial-out side.
+struct ProgramRun : RepeatRun {
+    explicit ProgramRun(const Steps& steps, const Steps& gaps = {}) : RepeatRun("1", "Endless", "") {
+        op.click(p.chkMode);
+        for (int i = 0; i < static_cast<int>(steps.size()); ++i) {
+            p.txtStep(i).setText(steps[i]);
+        }
+        for (int i = 0; i < static_cast<int>(gaps.size()); ++i) {
+            op.edited(p.txtTimeGap(i), gaps[i]);
+        }
+    }
+};
+
+TEST(ProgramRun, StartConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
+    ProgramRun f({"a", "b", "c"}, {"500", "500"});
+    // Start does nothing with the device as client (no listening form), and says a missing destination.
+    f.setUp({"opt_Client", "cmdSendStart", "opt_Server", "txt_Destination_Port=", "cmdSendStart",
+             "txt_Destination_Port=4000"});
+    EXPECT_EQ(f.shown(), QStringList{"Input Destination Port [Error 16]"});
+    EXPECT_TRUE(f.sim.network.dialled().empty());
+    // A device that does not answer gets one second; a failed connect shows nothing, the caption stays.
+    f.sim.network.deviceListens("127.0.0.1", 4000, Answer::Ignore);
+    f.op.click(f.p.cmdSendStart);
+    EXPECT_EQ(f.sim.scheduler.now(), 1000);
+    EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
+    EXPECT_EQ(f.shown().size(), 1);
+    EXPECT_TRUE(f.rows().isEmpty());
+    f.sim.network.deviceListens("127.0.0.1", 4000);
+    f.clickAt(1200, f.p.cmdSendStart);
+    EXPECT_EQ(f.p.cmdSendStart.caption(), "End");
+    EXPECT_EQ(f.rows(), QStringList{"[10:00:01.200] : Client Connected"});
+    EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode") << "nothing locked";
+    f.clickAt(2500, f.p.cmdSendStart);
+    EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
+    EXPECT_EQ(f.rows().last(), "[10:00:02.500] : Client Closed");
+    EXPECT_FALSE(f.device()->open());
+    f.runUntil(6000);
+    EXPECT_EQ(f.sendTimes(), (Times{2200}));
+    EXPECT_TRUE(f.p.Timer2.running()) << "End leaves Timer2 alone";
+    EXPECT_EQ(f.p.iStepNo, 1) << "the same step waits for a link";
+
+    // The next run dials anew; a tick of the old run during its wait is undone by the new start.
+    f.sim.network.latency = 700;
+    f.clickAt(6100, f.p.cmdSendStart);
+    EXPECT_EQ(f.sim.scheduler.now(), 6800);
+    f.runUntil(10'000);
+    EXPECT_EQ(f.sendTimes(), (Times{2200, 7800, 8300, 8800}));
+    EXPECT_EQ(f.device()->received(), bytesOf("abc"));
+    EXPECT_EQ(f.p.cmdSendStart.caption(), "End") << "the end of a run gives no sign";
+    EXPECT_EQ(f.p.iStepNo, 0);
+}
+
+TEST(ProgramRun, EachStepGoesTheGapTypedBeforeItAfterThePreviousOneUntilAStepOrAGapFails) {
+    // Nothing is locked during a run: the role and the form are read at each tick, unticking the mode
+    // stops nothing, and a link that ends is not dialled again.
+    const auto clientForAWhile = [](ProgramRun& f) {
+        f.at(1200, [&f] {
+            f.op.click(f.p.chkMode);
+            EXPECT_FALSE(f.op.click(f.p.cmdSendStart)) << "a button in a disabled frame takes no click";
+            f.op.click(f.p.opt_Client); // step 2 looks for a client on the listening socket
+        });
+        f.at(3000, [&f] { f.op.click(f.p.opt_Server); });
+    };
+    const auto hexAfterStart = [](ProgramRun& f) { f.at(500, [&f] { f.op.click(f.p.opt_HexA); }); };
+    const auto hangUp = [](ProgramRun& f) { f.at(1100, [&f] { f.device()->close(); }); };
+    const struct {
+        Steps steps, gaps;
+        Times sends;
+        QStringList gapsShown;
+        int timer2 = -1; // its interval while enabled, -1 once the run has ended
+        int step = 0;
+        void (*during)(ProgramRun&) = nullptr;
+    } cases[] = {
+        {{"A", "BB", "CCC", "DDDD"}, {}, {1000, 2000, 3000, 4000}, {"1000", "1000", "1000"}},
+        {{"1", "2", "3", "4"}, {"10", " 20 ", "30"}, {1000, 1010, 1030, 1060}, {"10", " 20 ", "30"}},
+        // An empty step ends the run; the steps behind it are not sent, and no gap is filled in there.
+        {{"one", "two", "", "four"}, {"500", "700"}, {1000, 1500}, {"500", "700", ""}},
+        {{"", "two"}, {}, {}, {"", "", ""}},
+        {{"   ", "two"}, {}, {}, {"", "", ""}},
+        // A gap beyond sixteen bits or no number ends the run after the step before it; zero rests.
+        {{"a", "b"}, {"30000"}, {1000, 31000}, {"30000", "1000", ""}},
+        {{"a", "b"}, {"40000"}, {1000}, {"40000", "", ""}},
+        {{"a", "b"}, {"-5"}, {1000}, {"-5", "", ""}},
+        {{"a", "b"}, {"1s"}, {1000}, {"1s", "", ""}},
+        {{"a", "b"}, {"0"}, {1000}, {"0", "", ""}, 0, 1},
+        // Hexadecimal chosen after the start, the step boxes keeping their text: an odd digit is dropped
+        // silently, a lone digit ends the run.
+        {{"414", "4", "4243"}, {}, {1000}, {"1000", "", ""}, -1, 0, hexAfterStart},
+        {{"a", "b", "c"}, {"500", "500"}, {1000, 3000, 3500}, {"500", "500", "1000"}, -1, 0, clientForAWhile},
+        {{"a", "b"}, {"400"}, {1000}, {"400", "", ""}, 400, 1, hangUp},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.steps.front());
+        ProgramRun f(c.steps, c.gaps);
+        f.op.click(f.p.cmdSendStart);
+        if (c.during != nullptr) {
+            c.during(f);
+        }
+        f.runUntil(40'000);
+        EXPECT_EQ(f.sendTimes(), c.sends);
+        EXPECT_EQ(f.rows().size(), 1 + 2 * c.sends.size()) << "each send is recorded, and no report made";
+        EXPECT_EQ((QStringList{f.p.txtTimeGap(0).text(), f.p.txtTimeGap(1).text(), f.p.txtTimeGap(2).text()}),
+                  c.gapsShown)
+            << "the default gap is written where the operator sees it";
+        EXPECT_EQ(f.p.Timer2.enabled() ? f.p.Timer2.interval() : -1, c.timer2);
+        EXPECT_EQ(f.p.iStepNo, c.step);
+        EXPECT_TRUE(f.shown().isEmpty()) << "the failure path shows nothing";
+        EXPECT_EQ(f.sim.network.dialled().size(), 1U);
+    }
 }
 
 } // namespace

@@ -22,13 +22,6 @@ struct DeviceAsServer : SimForm {
         }
         throw std::logic_error("the device holds no link");
     }
-    // The device dials the simulator's listening port; a test whose listen never came up fails here.
-    std::shared_ptr<DeviceLink> deviceDials(int port) {
-        if (auto link = sim.network.deviceConnects(port)) {
-            return link;
-        }
-        throw std::logic_error("nothing listens on the port the device dials");
-    }
     QStringList rows() const { return p.List1.rows(); }
     // Each message box shown, as "text [title style]".
     QStringList shown() const {
@@ -38,24 +31,20 @@ struct DeviceAsServer : SimForm {
         }
         return out;
     }
-    // The names of those of the controls that are enabled.
-    static std::string enabledOf(std::initializer_list<const Control*> controls) {
+    // The names of those of the controls a link locks and unlocks that are enabled.
+    std::string unlocked() const {
+        const Control* const locked[] = {&p.Frame1,  &p.Frame2,    &p.txt_Logfile, &p.Frame10,
+                                         &p.chkMode, &p.Cmd_Start, &p.Cmd_Send,    &p.cmd_End};
         QStringList on;
-        for (const Control* c : controls) {
+        for (const Control* c : locked) {
             if (c->enabled()) {
                 on << c->name();
             }
         }
         return on.join(QLatin1Char(' ')).toStdString();
     }
-    // Those of the controls a link locks and unlocks that are enabled.
-    std::string unlocked() const {
-        return enabledOf({&p.Frame1, &p.Frame2, &p.txt_Logfile, &p.Frame10, &p.chkMode, &p.Cmd_Start,
-                          &p.Cmd_Send, &p.cmd_End});
-    }
     QString dailyLogPath() const {
-        return sim.folders.workingFolder() + QStringLiteral("/log/STAT_") +
-               sim.scheduler.localDate().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".log");
+        return sim.folders.workingFolder() + QStringLiteral("/log/STAT_20261122.log");
     }
     QString namedLogPath() const { return QDir::fromNativeSeparators(p.txt_Logfile.text()); }
     // Sets the panel up step by step: "name" clicks the control, "name=text" writes the text of a box.
@@ -73,27 +62,12 @@ struct DeviceAsServer : SimForm {
             }
         }
     }
-    std::vector<QString> shownTexts() const {
-        std::vector<QString> out;
-        for (const auto& d : sim.dialogs.shown) {
-            out.push_back(d.text);
-        }
-        return out;
-    }
     void at(Ms at, std::function<void()> fn) { sim.scheduler.at(at, std::move(fn)); }
     void runUntil(Ms at) { sim.scheduler.runUntil(at); }
     // Clicks at the virtual time `at` and runs the events up to it.
     void clickAt(Ms at, Control& control) {
         sim.scheduler.runUntil(at);
         op.click(control);
-    }
-    // A device that answers each payload with the same bytes.
-    void deviceAnswers() {
-        sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
-            link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
-                weak.lock()->send(bytes);
-            };
-        };
     }
     // The virtual times of the sends on the dialling socket.
     Times sendTimes() const {
