@@ -95,6 +95,7 @@ TEST(Exchange, TheDeviceGetsTheAnswerTheActionOfTheMomentMakesOrTheTextSentInIts
         {"opt_Send_input", "pong", false, "pong",
          QStringList{recv, " ", "[10:00:00.002] : Send [4 byte] :  pong", " "}},
         {"opt_Send_Only", "pong", false, "", QStringList{recv, " "}},
+        {"opt_Receive_Only", "pong", false, "", QStringList{recv, " "}},
         // An answer that cannot be built sends nothing and brings no box.
         {"opt_Send_input", "", false, "", QStringList{recv, " ", "[10:00:00.002] : Send Fail"}},
         // Connect && Close ends the link on the first data, after the answer; the panel stays locked.
