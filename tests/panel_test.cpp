@@ -1,0 +1,177 @@
+#include "support/panel_state.h"
+#include "support/sim_form.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+namespace sim::test {
+namespace {
+
+const QString kAddressKey = QStringLiteral("TK7300_SIMUL/Simulator/ADDRESS");
+const QString kPortKey = QStringLiteral("TK7300_SIMUL/Simulator/PORT");
+
+// The boxes are filled from the saved address and port and saved back; the log file is named for the day
+// but not made.
+TEST(FormLoad, FillsTheBoxesFromTheSavedAddressAndPortAndNamesTheDaysLogFile) {
+    const struct {
+        const char* stored; // nullptr: nothing saved yet
+        QStringList shown;
+        const char* storedAfter;
+    } cases[] = {
+        {nullptr, {"100", "100", "100", "1"}, "100.100.100.1."},
+        // As written by the program, with the dot at the end; read the same as without it.
+        {"192.168.0.5.", {"192", "168", "0", "5"}, "192.168.0.5."},
+        {"192.168.0.5", {"192", "168", "0", "5"}, "192.168.0.5."},
+        // More than four pieces: the first four fill the boxes and the rest is dropped.
+        {"10.1.2.3.4.5", {"10", "1", "2", "3"}, "10.1.2.3."},
+        // An emptied box leaves two dots in a row; it comes back empty.
+        {"10.1..3.", {"10", "1", "", "3"}, "10.1..3."},
+        // Fewer than four pieces: the boxes it reaches are filled, the others stay empty.
+        {"10.1", {"10", "1", "", ""}, "10.1..."},
+        {"", {"", "", "", ""}, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.stored == nullptr ? "nothing" : c.stored);
+        SimForm f(false);
+        if (c.stored != nullptr) {
+            f.sim.settings.values[kAddressKey] = QString::fromLatin1(c.stored);
+            f.sim.settings.values[kPortKey] = QStringLiteral("5000");
+        }
+        f.form.load();
+        QStringList boxes;
+        for (int i = 0; i < 4; ++i) {
+            boxes << f.p.txt_Destination_IP(i).text();
+        }
+        EXPECT_EQ(boxes, c.shown);
+        EXPECT_EQ(f.sim.settings.values[kAddressKey], QString::fromLatin1(c.storedAfter));
+        EXPECT_EQ(f.p.txt_Destination_Port.text(), QLatin1String(c.stored == nullptr ? "4000" : "5000"));
+        EXPECT_EQ(f.sim.settings.values[kPortKey], f.p.txt_Destination_Port.text());
+        f.p.txt_Destination_Port.setText(QString());
+        EXPECT_EQ(f.sim.settings.values[kPortKey], QString()) << "an emptied port box is saved too";
+        const QString log = f.sim.folders.programFolder() + QStringLiteral("/Log");
+        EXPECT_EQ(f.p.txt_Logfile.text(), QDir::toNativeSeparators(log + QStringLiteral("/20261122.dat")));
+        EXPECT_FALSE(QDir(log).exists());
+    }
+}
+
+TEST(FormResize, KeepsTheWindowOneSize) {
+    SimForm f;
+    Form& form = f.p.frmSimulator;
+    const auto size = [&] { return std::pair(form.width(), form.height()); };
+    EXPECT_EQ(size(), std::pair(11085, 11265)) << "as shown";
+    form.setWidth(9000);
+    form.setHeight(9000);
+    EXPECT_EQ(size(), std::pair(11085, 11265));
+    form.setWidth(12000);
+    form.setHeight(11040);
+    EXPECT_EQ(size(), std::pair(11085, 11040)) << "a height of exactly 11040 is kept";
+}
+
+// The maker link's failure to open is a critical error; a failure no handler trapped is shown the same
+// way, and the program goes on.
+TEST(Failures, TheMakerLinksAndOneNoHandlerTrappedAreShownAsCriticalErrors) {
+    SimForm f;
+    f.op.click(f.p.Label11);
+    EXPECT_EQ(f.sim.browser.opened, std::vector<QString>{QStringLiteral("www.tarnix.example")});
+    f.sim.browser.failWith = RuntimeFailure(53, QStringLiteral("File not found"));
+    f.op.click(f.p.Label11);
+    f.p.cmd_Log.Click = [] { throw RuntimeFailure(6, QStringLiteral("Overflow")); };
+    f.op.click(f.p.cmd_Log);
+    EXPECT_TRUE(f.op.click(f.p.opt_None));
+    QStringList shown;
+    for (const auto& d : f.sim.dialogs.shown) {
+        shown << QStringLiteral("%1 / %2 / %3").arg(d.text, d.title).arg(d.style);
+    }
+    EXPECT_EQ(shown, (QStringList{"File not found / Error / 16", "Overflow / Simulator / 16"}));
+}
+
+// The operator clicks the named controls in turn on the loaded panel; then the facts hold (see factsOf).
+TEST(Options, EachChoiceEnablesAndColoursTheControlsThatGoWithIt) {
+    constexpr char kNoRepeat[] =
+        "-opt_Repeat -opt_OneTime -com_Timegap#8000000F -com_Count#8000000F -chkMode";
+    const struct {
+        const char* clicks;
+        const char* facts;
+    } cases[] = {
+        // No choice yet: the panel as the form's load leaves it.
+        {"",
+         "+Cmd_Start -Cmd_Send -cmd_End -cmd_CSend -Frame10 -opt_Repeat -opt_OneTime -com_Timegap -com_Count "
+         "-Label7 -txt_Logfile -cmd_browser -txt_Port#C0C0C0 opt_Server=1 opt_Send_recv=1 opt_Ascii=1 "
+         "opt_List=1 Opt_Cnn1=1"},
+        {"opt_Send_Only", "+opt_Repeat +opt_OneTime +com_Timegap#FFFFFF +com_Count#FFFFFF +chkMode"},
+        {"opt_Send_Only opt_Receive_Only", kNoRepeat},
+        {"opt_Send_Only opt_Send_input", kNoRepeat},
+        {"opt_Send_Only opt_Send_recv", kNoRepeat},
+        // OneTime closes the combos and their labels but leaves their colour; Send Only opens the combos
+        // again, not the labels.
+        {"opt_Send_Only opt_OneTime", "-com_Timegap#FFFFFF -com_Count -Label5 -Label6"},
+        {"opt_Send_Only opt_OneTime opt_Receive_Only opt_Send_Only",
+         "+com_Timegap +com_Count -Label5 -Label6"},
+        {"opt_Send_Only opt_OneTime opt_Repeat", "+com_Timegap +com_Count +Label5 +Label6"},
+        // Program mode; leaving it through an action ends with Repeat enabled, as unticking enables it after
+        // the action disabled it, and with Send and Close enabled although there is no link.
+        {"opt_Send_Only chkMode",
+         "opt_OneTime=1 -opt_Repeat +Frame10 -txt_Data_Input -Cmd_Start -Cmd_Send -cmd_End"},
+        {"opt_Send_Only chkMode opt_Send_recv",
+         "-chkMode=0 +opt_Repeat -Frame10 +txt_Data_Input +Cmd_Send +cmd_End"},
+        {"Opt_Cnn2", "-Cmd_Start -Cmd_Send -cmd_End +cmd_CSend"},
+        {"Opt_Cnn2 Opt_Cnn1", "+Cmd_Start +Cmd_Send +cmd_End -cmd_CSend"},
+        {"opt_File", "+Label7 +txt_Logfile +cmd_browser"},
+        {"opt_File opt_None", "-Label7 -txt_Logfile -cmd_browser"},
+        {"opt_File opt_List", "-Label7 -txt_Logfile -cmd_browser"},
+        {"Opt_List_File", "+Label7 +txt_Logfile +cmd_browser"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.clicks);
+        SimForm f;
+        for (const QString& name : QString::fromLatin1(c.clicks).split(u' ', Qt::SkipEmptyParts)) {
+            EXPECT_TRUE(f.op.click(*f.p.find(name.toStdString()))) << name.toStdString();
+        }
+        EXPECT_EQ(factsOf(f.p, QString::fromLatin1(c.facts)), QLatin1String(c.facts));
+    }
+}
+
+TEST(DataInput, TheFilterOfTheChosenFormatRefusesCharactersAndTheCounterCountsBytes) {
+    const struct {
+        const char* format;
+        const char16_t* typed;
+        const char16_t* text;
+        const char* count;
+    } cases[] = {
+        // Hexadecimal: digits, A to F and Backspace pass; two characters are a byte.
+        {"opt_HexA", u"4g1 .A\u00E9f0\b\b", u"41A", "1"},
+        {"opt_HexA", u"/:@G`g", u"", "0"},
+        // ASCII: every character of the code page passes, each is a byte.
+        {"opt_Ascii", u"a \u4E2Db\u00E9", u"a b\u00E9", "4"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(QString::fromUtf16(c.typed).toStdString());
+        SimForm f;
+        f.op.click(*f.p.find(c.format));
+        for (TextBox* box : {&f.p.txt_Data_Input, &f.p.txtStep(2)}) {
+            f.p.chkMode.setValue(box == &f.p.txtStep(2) ? 1 : 0);
+            f.keys.type(*box, QString::fromUtf16(c.typed));
+            EXPECT_EQ(box->text(), QString::fromUtf16(c.text)) << box->name().toStdString();
+            EXPECT_EQ(f.p.focused(), box);
+        }
+        EXPECT_EQ(f.p.Label9.caption(), QLatin1String(c.count));
+        EXPECT_EQ(f.p.lvlcnt_Byte(2).caption(), QLatin1String(c.count));
+    }
+}
+
+// Either way a change of format empties the data box, and leaves the steps and their counts as they are.
+TEST(DataInput, AChangeOfFormatEmptiesTheDataBoxButNotTheSteps) {
+    SimForm f;
+    f.p.txtStep(1).setText(QStringLiteral("hello"));
+    for (OptionButton* format : {&f.p.opt_HexA, &f.p.opt_Ascii}) {
+        f.keys.type(f.p.txt_Data_Input, QStringLiteral("41"));
+        f.op.click(*format);
+        EXPECT_EQ(f.p.txt_Data_Input.text(), QString()) << format->name().toStdString();
+    }
+    EXPECT_EQ(f.p.txtStep(1).text(), QStringLiteral("hello"));
+    EXPECT_EQ(f.p.lvlcnt_Byte(1).caption(), QStringLiteral("5")) << "counted in the form of its last change";
+}
+
+} // namespace
+} // namespace sim::test
