@@ -16,6 +16,15 @@ namespace {
 const QString kAddressKey = QStringLiteral("TK7300_SIMUL/Simulator/ADDRESS");
 const QString kPortKey = QStringLiteral("TK7300_SIMUL/Simulator/PORT");
 
+// The message boxes shown, each as "text / title / style".
+QString shown(const SimForm& f) {
+    QStringList out;
+    for (const auto& d : f.sim.dialogs.shown) {
+        out << QStringLiteral("%1 / %2 / %3").arg(d.text, d.title).arg(d.style);
+    }
+    return out.join(QStringLiteral("; "));
+}
+
 // The boxes are filled from the saved address and port and saved back; the log file is named for the day
 // but not made.
 TEST(FormLoad, FillsTheBoxesFromTheSavedAddressAndPortAndNamesTheDaysLogFile) {
@@ -84,11 +93,7 @@ TEST(Failures, TheMakerLinksAndOneNoHandlerTrappedAreShownAsCriticalErrors) {
     f.p.cmd_Log.Click = [] { throw RuntimeFailure(6, QStringLiteral("Overflow")); };
     f.op.click(f.p.cmd_Log);
     EXPECT_TRUE(f.op.click(f.p.opt_None));
-    QStringList shown;
-    for (const auto& d : f.sim.dialogs.shown) {
-        shown << QStringLiteral("%1 / %2 / %3").arg(d.text, d.title).arg(d.style);
-    }
-    EXPECT_EQ(shown, (QStringList{"File not found / Error / 16", "Overflow / Simulator / 16"}));
+    EXPECT_EQ(shown(f), QStringLiteral("File not found / Error / 16; Overflow / Simulator / 16"));
 }
 
 // The operator clicks the named controls in turn on the loaded panel; then the facts hold (see factsOf).
@@ -337,7 +342,7 @@ using Boxes = std::array<const char*, 4>;
 
 const QRegularExpression kMarks(QStringLiteral("[][|]"));
 
-// The message boxes as "text / title / style".
+// The message boxes of the address boxes, as shown() has them.
 constexpr char kLimit[] = "IP Address Value Cross Limit / Simulator / 0";
 constexpr char kFormat[] = " Please Check your IP Address Format / IP Address Error / 64";
 
@@ -374,13 +379,6 @@ struct Editor : SimForm {
             out << QStringLiteral("port");
         }
         return out;
-    }
-    QString shown() {
-        QStringList out;
-        for (const auto& d : sim.dialogs.shown) {
-            out << QStringLiteral("%1 / %2 / %3").arg(d.text, d.title).arg(d.style);
-        }
-        return out.join(QStringLiteral("; "));
     }
 };
 
@@ -420,7 +418,7 @@ void check(std::initializer_list<Case> cases) {
             }
         }
         EXPECT_EQ(f.seen(), c.after);
-        EXPECT_EQ(f.shown(), QLatin1String(c.shown));
+        EXPECT_EQ(shown(f), QLatin1String(c.shown));
         EXPECT_EQ(f.sim.settings.values[kAddressKey], c.after.mid(0, 4).join(u'.').remove(kMarks) + u'.')
             << "every change of a box is saved at once";
     }

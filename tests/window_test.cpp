@@ -423,8 +423,6 @@ TEST_F(Window, AProfileAndTheSameSettingsMadeByAnOperatorGiveTheSamePanel) {
          "txt_Destination_IP(3)=1", "txt_Destination_Port=4001", "opt_HexA=true", "opt_Send_Only=true",
          "opt_Repeat=true", "com_Timegap=0.5", "com_Count=20", "txt_Data_Input=0A0b", "Opt_List_File=true",
          "txt_Logfile=run.log"},
-        // The device is the client: an answer typed in, no records.
-        {"opt_Client=true", "txt_Port=5000", "opt_Send_input=true", "txt_Data_Input=OK", "opt_None=true"},
         // A program of two steps, with the connection closed after each exchange.
         {"opt_Send_Only=true", "chkMode=true", "txtStep(0)=one", "txtTimeGap(0)=200", "txtStep(1)=two",
          "Opt_Cnn2=true"},
