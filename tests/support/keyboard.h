@@ -9,7 +9,8 @@ namespace sim::test {
 
 // Keys typed into the model without a window: each goes through the box's character handler as the
 // view sends it, and a character it lets pass is applied as a single-line edit applies it (Backspace
-// takes the selection or the character before the caret, 127 the word before it). Then the key comes up.
+// takes the selection or else the character before the caret, 127 the word before it). Then the key
+// comes up.
 class Keyboard {
 public:
     Keyboard(Panel& panel, Operator& op) : panel_(panel), op_(op) {}
@@ -22,16 +23,14 @@ public:
             return;
         }
         QString text = box->text();
-        int start = box->selStart();
-        int length = box->selLength();
+        const int start = box->selStart();
+        const int length = box->selLength();
         if (code == 8 || code == 127) {
-            if (length == 0) {
-                static const QRegularExpression lastWord(QStringLiteral("\\S*\\s*$"));
-                const auto from = code == 8 ? std::max(0, start - 1) : text.left(start).indexOf(lastWord);
-                length = start - static_cast<int>(from);
-                start = static_cast<int>(from);
-            }
-            op_.edited(*box, text.remove(start, length), start);
+            static const QRegularExpression lastWord(QStringLiteral("\\S*\\s*$"));
+            const int from = length > 0  ? start
+                             : code == 8 ? std::max(0, start - 1)
+                                         : static_cast<int>(text.left(start).indexOf(lastWord));
+            op_.edited(*box, text.remove(from, std::max(length, start - from)), from);
         } else if (code >= 32 || code < 0) {
             const QChar typed = code < 0 ? QChar(static_cast<char16_t>(-code))
                                          : code_page::fromAnsiByte(static_cast<std::uint8_t>(code));
@@ -55,15 +54,8 @@ public:
             key(ch);
         }
     }
-    // The key code of the key that types the character: Backspace's for 8 and for 127 (Ctrl+Backspace), a
-    // digit's or capital letter's own, and 0 for the other keys, which no handler tells apart.
-    static int keyCodeFor(QChar ch) {
-        const char16_t u = ch.toUpper().unicode();
-        if (u == 8 || u == 127) {
-            return 8;
-        }
-        return (u >= u'0' && u <= u'9') || (u >= u'A' && u <= u'Z') ? u : 0;
-    }
+    // Backspace's key code for 8 and for 127 (Ctrl+Backspace); no handler tells the other keys apart.
+    static int keyCodeFor(QChar ch) { return ch == u'\b' || ch == QChar(127) ? 8 : 0; }
 
 private:
     Panel& panel_;
