@@ -13,8 +13,6 @@ namespace sim::test {
 
 // ---- Scheduler ----
 
-Scheduler::Scheduler(QDateTime start) : start_(std::move(start)) {}
-
 Scheduler::Key Scheduler::at(Ms at, std::function<void()> fn) {
     const Key key{std::max(at, now_), seq_++};
     queue_.emplace(key, std::move(fn));
@@ -141,10 +139,6 @@ void DeviceLink::send(const Bytes& bytes) {
     });
 }
 
-void DeviceLink::send(const char* ascii) {
-    send(bytesOf(ascii));
-}
-
 void DeviceLink::carry(const Bytes& bytes) {
     if (!reading_) {
         unread_.insert(unread_.end(), bytes.begin(), bytes.end());
@@ -194,12 +188,8 @@ void SimNetwork::deviceListens(const QString& host, int port, Answer answer) {
 }
 
 SimSocket* SimNetwork::socketNamed(const QString& name) const {
-    for (SimSocket* s : sockets_) {
-        if (s->name() == name) {
-            return s;
-        }
-    }
-    return nullptr;
+    const auto found = std::ranges::find(sockets_, name, &SimSocket::name);
+    return found == sockets_.end() ? nullptr : *found;
 }
 
 std::shared_ptr<DeviceLink> SimNetwork::deviceConnects(int port) {

@@ -35,7 +35,8 @@ using Ms = std::int64_t;
 // Virtual time and everything that is due at a moment of it.
 class Scheduler : public EventPump, public TimerFactory, public Clock {
 public:
-    explicit Scheduler(QDateTime start = QDateTime(QDate(2026, 11, 22), QTime(10, 0, 0)));
+    explicit Scheduler(QDateTime start = QDateTime(QDate(2026, 11, 22), QTime(10, 0, 0)))
+        : start_(std::move(start)) {}
 
     Ms now() const { return now_; }
     // Where virtual time 0 lies on the local clock.
@@ -88,12 +89,14 @@ private:
 class SimSocket;
 class SimNetwork;
 
+Bytes bytesOf(const char* ascii);
+
 // One end of a link as the device holds it.
 class DeviceLink : public std::enable_shared_from_this<DeviceLink> {
 public:
     explicit DeviceLink(SimNetwork& network) : network_(network) {}
     void send(const Bytes& bytes);
-    void send(const char* ascii);
+    void send(const char* ascii) { send(bytesOf(ascii)); }
     void close() { end(false); } // an orderly close
     void reset() { end(true); }  // the link is reset: the simulator sees error 10054
     bool open() const { return socket_ != nullptr && !closing_; }
@@ -257,7 +260,5 @@ struct SimPlatform {
         return {scheduler, scheduler, network, dialogs, settings, scheduler, folders, browser, files};
     }
 };
-
-Bytes bytesOf(const char* ascii);
 
 } // namespace sim::test
