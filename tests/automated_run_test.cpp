@@ -44,7 +44,6 @@ struct Unattended {
         sim.scheduler.runUntil(60000);
         EXPECT_TRUE(sim.scheduler.quitRequested()) << "the run did not close the program";
     }
-    QStringList rows() const { return p.List1.rows(); }
 };
 
 // Each kind of run is started by its own button and ended as the operator would end it; it fails by what
@@ -99,9 +98,9 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
         f.go(c.endAtOnce);
         const auto device = f.sim.network.lastLink();
         EXPECT_EQ(device ? device->received() : Bytes(), bytesOf(c.received));
-        EXPECT_EQ(f.rows().size(), c.rows);
-        EXPECT_EQ(f.rows().value(c.rows - 1), QString::fromUtf8(c.lastRow));
-        EXPECT_EQ(f.printed, f.rows()) << "every row is printed as it is added";
+        EXPECT_EQ(f.p.List1.rows().size(), c.rows);
+        EXPECT_EQ(f.p.List1.rows().value(c.rows - 1), QString::fromUtf8(c.lastRow));
+        EXPECT_EQ(f.printed, f.p.List1.rows()) << "every row is printed as it is added";
         EXPECT_EQ(f.verdict.exitStatus(), c.status);
     }
     RunVerdict closed;

@@ -3,13 +3,14 @@
 
 #include "mixed_platform.h"
 
-#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <random>
 #include <set>
@@ -76,20 +77,15 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
         << shown.toStdString();
 
     pointAtLoopback(p, device.serverPort());
-    const auto waitFor = [&](const std::function<bool()>& cond) {
-        return pumpUntil(mixed.pump, cond, 20000);
-    };
     op.click(p.opt_None); // the flood is echoed unrecorded; the operator's send is recorded
     op.click(p.Cmd_Start);
-    ASSERT_TRUE(waitFor([&] { return device.hasPendingConnections(); }));
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return device.hasPendingConnections(); }));
     // The device pours more than every buffer on the way can hold, and reads nothing meanwhile.
     QTcpSocket& link = *device.nextPendingConnection();
     link.setReadBufferSize(4096); // Qt takes no more than this from the system while not reading
     QByteArray pour(qsizetype{48} << 20, Qt::Uninitialized);
     std::mt19937 random(7); // every byte value and pair, CR LF among them
-    for (char& b : pour) {
-        b = static_cast<char>(random());
-    }
+    std::ranges::generate(pour, [&] { return static_cast<char>(random()); });
     link.write(pour);
     // The pour has stalled once the system took none of it for two spells in a row, so that a moment the
     // test process was not scheduled is no stall.
@@ -102,7 +98,7 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
         quietSpells = moved ? 0 : quietSpells + 1;
     });
     spell.start(300);
-    ASSERT_TRUE(waitFor([&] { return quietSpells == 2; }));
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return quietSpells == 2; }));
     spell.stop();
     EXPECT_GT(left, 0) << "the simulator stopped reading";
     op.click(p.opt_List); // the level stays live during a link
@@ -115,7 +111,7 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
     QObject::connect(&link, &QTcpSocket::readyRead, [&] { got += link.readAll(); });
     link.setReadBufferSize(0);
     got += link.readAll();
-    ASSERT_TRUE(waitFor([&] { return got.size() >= pour.size(); }));
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return got.size() >= pour.size(); }));
     EXPECT_TRUE(got == pour) << "every byte echoed, in order, and no PING among them";
 }
 
@@ -124,8 +120,7 @@ TEST(QtPlatform, TheClockTellsTheLocalDateAndTimeOfTheSystemToTheSecond) {
     const QDateTime before = QDateTime::currentDateTime().addMSecs(-1000);
     const QDateTime told(clock.localDate(), clock.localTime());
     const QDateTime after = QDateTime::currentDateTime();
-    EXPECT_LE(before, told);
-    EXPECT_LE(told, after);
+    EXPECT_TRUE(before <= told && told <= after) << told.toString().toStdString();
     EXPECT_EQ(told.time().msec(), 0) << "whole seconds";
     const int ms = clock.systemMilliseconds();
     EXPECT_TRUE(ms >= 0 && ms <= 999) << ms;
@@ -166,8 +161,6 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
 }
 
 TEST(RunWithoutAWindow, AMessageBoxIsPrintedAndAnsweredAtOnceAndTheSaveDialogIsCancelled) {
-    const QString name = QCoreApplication::applicationName();
-    QCoreApplication::setApplicationName(QStringLiteral("Simulator"));
     qt::EventGate gate;
     qt::HeadlessDialogs dialogs(gate);
     ::testing::internal::CaptureStderr();
@@ -175,7 +168,6 @@ TEST(RunWithoutAWindow, AMessageBoxIsPrintedAndAnsweredAtOnceAndTheSaveDialogIsC
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Simulator: IP Address Value Cross Limit\n");
     EXPECT_EQ(dialogs.showSave({}), std::nullopt);
     EXPECT_FALSE(gate.modal());
-    QCoreApplication::setApplicationName(name);
 }
 
 } // namespace
