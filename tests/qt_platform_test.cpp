@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <random>
 #include <set>
 
@@ -24,8 +23,7 @@ namespace {
 TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWasStarted) {
     qt::QtPlatform platform;
     int ticks = 0;
-    std::unique_ptr<PlatformTimer> timer;
-    timer = platform.timers.createTimer([&] {
+    const std::unique_ptr<PlatformTimer> timer = platform.timers.createTimer([&] {
         if (++ticks < 5) {
             timer->start(5 * ticks);
         } else {
@@ -43,8 +41,8 @@ TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWas
     EXPECT_EQ(ticks, 5);
 }
 
-// The IPv4 addresses of the machine's interfaces other than loopback, as the system lists them.
-std::set<QString> machineAddresses() {
+// The machine's IPv4 addresses but loopback, as the system lists them; 127.0.0.1 on a machine with none.
+std::set<QString> addressesToShow() {
     std::set<QString> own;
     ifaddrs* list = nullptr;
     EXPECT_EQ(getifaddrs(&list), 0);
@@ -57,12 +55,12 @@ std::set<QString> machineAddresses() {
         }
     }
     freeifaddrs(list);
-    return own;
+    return own.empty() ? std::set<QString>{QStringLiteral("127.0.0.1")} : own;
 }
 
-// The form on the real platform shows one of the machine's own addresses (127.0.0.1 on a machine that has
-// none). A device on 127.0.0.1 that pours without reading: the form's socket stops reading once it holds
-// 4 MiB unsent, so TCP slows the device instead of the simulator's memory growing, and nothing is lost.
+// The form on the real platform shows one of the machine's own addresses. A device on 127.0.0.1 that pours
+// without reading: the form's socket stops reading once it holds 4 MiB unsent, so TCP slows the device
+// instead of the simulator's memory growing, and nothing is lost.
 TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosingAnEcho) {
     QTcpServer device;
     device.listen(QHostAddress::LocalHost, 0);
@@ -71,10 +69,8 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
     form.load();
     Panel& p = form.panel();
     Operator& op = form.op();
-    const std::set<QString> own = machineAddresses();
-    const QString shown = p.txt_Simulator_IP.text();
-    EXPECT_TRUE(own.empty() ? shown == QStringLiteral("127.0.0.1") : own.contains(shown))
-        << shown.toStdString();
+    EXPECT_TRUE(addressesToShow().contains(p.txt_Simulator_IP.text()))
+        << p.txt_Simulator_IP.text().toStdString();
 
     pointAtLoopback(p, device.serverPort());
     op.click(p.opt_None); // the flood is echoed unrecorded; the operator's send is recorded
@@ -99,7 +95,6 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
     });
     spell.start(300);
     ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return quietSpells == 2; }));
-    spell.stop();
     EXPECT_GT(left, 0) << "the simulator stopped reading";
     op.click(p.opt_List); // the level stays live during a link
     p.txt_Data_Input.setText(QStringLiteral("PING"));
@@ -142,7 +137,7 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
     ASSERT_TRUE(QFile(path("local/share/applications/org.other.Tool.desktop")).open(QIODevice::WriteOnly));
     ASSERT_TRUE(QFile::link(path("home"), path("home-link")));
     // Where the program lies and where it was started; its program folder and working folder.
-    const std::array<const char*, 4> cases[] = {
+    const char* const cases[][4] = {
         {"build/src", "build/src", "build/src", "build/src"}, // a build tree or an unpacked archive
         {"usr/bin", "home/project", "data", "home/project"},  // installed; a folder under home was chosen
         {"local/bin", "home", "local/bin", "data"},           // started from the menu
