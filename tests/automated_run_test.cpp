@@ -68,8 +68,7 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
          "opt_Send_Only=true chkMode=true txtStep(0)=one txtTimeGap(0)=100 txtStep(1)=two"},
         {2000, 0, "hi", 4, "[10:00:02.000] : Client Disconnected",
          "Opt_Cnn2=true opt_Receive_Only=true txt_Data_Input=hi"},
-        // An end during a connect wait waits for its outcome (the line bears the time the attempt began):
-        // a failure that came before the Close.
+        // Ended mid-dial, it waits for the outcome: a failure before the Close, timed when the dial began.
         {300, 1, "", 1, "[10:00:00.000] : Connection Fail", ""},
         // Ended before the start, it presses nothing, even without a duration.
         {0, 0, "", 0, "", "", true},

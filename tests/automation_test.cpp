@@ -1,6 +1,5 @@
-// The built program run as a test pipeline runs it: headless, from a profile, over 127.0.0.1 only, with a
-// home of its own that it is started in, and a copy of the program in a folder of its own for its error
-// reports.
+// The built program run as a test pipeline runs it: headless, from a profile, over 127.0.0.1 only, started
+// in a home of its own, as a copy in a folder of its own for its error reports.
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -68,8 +67,8 @@ protected:
         return path;
     }
 
-    // Reads what the program prints until `printed` (out or err) holds `text`; false when the program ended
-    // or 5 s passed first.
+    // Reads what the program prints until `printed` (out or err) holds `text`; false if it ended or 5 s
+    // passed.
     bool shows(const QByteArray& printed, const char* text) {
         const QDeadlineTimer deadline(5000);
         while (!printed.contains(text) && !deadline.hasExpired() && process.state() != QProcess::NotRunning) {
