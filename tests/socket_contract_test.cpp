@@ -59,8 +59,8 @@ protected:
 // Listening, a socket accepts a request on itself once closed; a port it holds cannot be taken by another
 // socket, a reset is an error, and once closed it listens on its port again at once. As a client it dials
 // literal addresses only and sends nothing without a link; after a refused dial it dials afresh. On a link,
-// arrivals come in at most 32,767 bytes with nothing lost, the peer's close only after its last bytes, no
-// second dial on a live link but a fresh one once the peer has closed, and a Close the peer sees.
+// nothing is lost, the peer's close comes only after its last bytes, no second dial on a live link but a
+// fresh one once the peer has closed, and a Close the peer sees.
 TEST_F(SocketContract, CarriesBytesBothWaysAsAListenerAndAsAClientAndFailsWithTheSystemsNumbers) {
     Socket& s = *socket;
     s.setLocalPort(0);
