@@ -44,7 +44,6 @@ struct Unattended {
         sim.scheduler.runUntil(60000);
         EXPECT_TRUE(sim.scheduler.quitRequested()) << "the run did not close the program";
     }
-    QStringList rows() const { return p.List1.rows(); }
 };
 
 // Each kind of run is started by its own button and ended as the operator would end it; it fails by what
@@ -69,8 +68,7 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
          "opt_Send_Only=true chkMode=true txtStep(0)=one txtTimeGap(0)=100 txtStep(1)=two"},
         {2000, 0, "hi", 4, "[10:00:02.000] : Client Disconnected",
          "Opt_Cnn2=true opt_Receive_Only=true txt_Data_Input=hi"},
-        // An end during a connect wait waits for its outcome (the line bears the time the attempt began):
-        // a failure that came before the Close.
+        // Ended mid-dial, it waits for the outcome: a failure before the Close, timed when the dial began.
         {300, 1, "", 1, "[10:00:00.000] : Connection Fail", ""},
         // Ended before the start, it presses nothing, even without a duration.
         {0, 0, "", 0, "", "", true},
@@ -99,9 +97,9 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
         f.go(c.endAtOnce);
         const auto device = f.sim.network.lastLink();
         EXPECT_EQ(device ? device->received() : Bytes(), bytesOf(c.received));
-        EXPECT_EQ(f.rows().size(), c.rows);
-        EXPECT_EQ(f.rows().value(c.rows - 1), QString::fromUtf8(c.lastRow));
-        EXPECT_EQ(f.printed, f.rows()) << "every row is printed as it is added";
+        EXPECT_EQ(f.p.List1.rows().size(), c.rows);
+        EXPECT_EQ(f.p.List1.rows().value(c.rows - 1), QString::fromUtf8(c.lastRow));
+        EXPECT_EQ(f.printed, f.p.List1.rows()) << "every row is printed as it is added";
         EXPECT_EQ(f.verdict.exitStatus(), c.status);
     }
     RunVerdict closed;

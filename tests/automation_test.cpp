@@ -1,10 +1,9 @@
-// The built program run as a test pipeline runs it: headless, from a profile, over 127.0.0.1 only, with a
-// home of its own that it is started in, and a copy of the program in a folder of its own for its error
-// reports.
+// The built program run as a test pipeline runs it: headless, from a profile, over 127.0.0.1 only, started
+// in a home of its own, as a copy in a folder of its own for its error reports.
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -37,24 +36,25 @@ protected:
     QByteArray err;
 
     void SetUp() override {
-        QDir dir(root.path());
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         // No display at all, and a home of its own, under which the settings, data and cache folders lie.
         for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_CONFIG_HOME",
                                  "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
             env.remove(QLatin1String(name));
         }
-        dir.mkpath(QStringLiteral("home/.runtime"));
-        env.insert("HOME", dir.filePath("home"));
-        env.insert("XDG_RUNTIME_DIR", dir.filePath("home/.runtime"));
-        QFile::setPermissions(dir.filePath(QStringLiteral("home/.runtime")),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        const QString home = root.filePath(QStringLiteral("home"));
+        QDir().mkdir(home);
+        QDir().mkdir(home + "/.runtime",
+                     QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        env.insert("HOME", home);
+        env.insert("XDG_RUNTIME_DIR", home + "/.runtime");
         process.setProcessEnvironment(env);
-        process.setWorkingDirectory(dir.filePath(QStringLiteral("home"))); // as from the menu
+        process.setWorkingDirectory(home); // as from the menu
     }
 
-    // Starts the program headless, on a profile of these lines unless there are none, with these options.
+    // Starts the program headless with these options, on a profile of these lines if any, its output afresh.
     QString start(const QStringList& profile, QStringList options) {
+        out = err = QByteArray();
         const QString path = root.filePath(QStringLiteral("run.ini"));
         if (!profile.isEmpty()) {
             QFile file(path);
@@ -67,12 +67,11 @@ protected:
         return path;
     }
 
-    // Reads what the program prints until `printed` (out or err) holds `text`; false when the program ended
-    // or 5 s passed first.
+    // Reads what the program prints until `printed` (out or err) holds `text`; false if it ended or 5 s
+    // passed.
     bool shows(const QByteArray& printed, const char* text) {
-        QElapsedTimer clock;
-        clock.start();
-        while (!printed.contains(text) && clock.elapsed() < 5000 && process.state() != QProcess::NotRunning) {
+        const QDeadlineTimer deadline(5000);
+        while (!printed.contains(text) && !deadline.hasExpired() && process.state() != QProcess::NotRunning) {
             process.waitForReadyRead(100);
             out += process.readAllStandardOutput();
             err += process.readAllStandardError();
@@ -88,9 +87,6 @@ protected:
         out += process.readAllStandardOutput();
         err += process.readAllStandardError();
         return process.exitCode();
-    }
-    int rowsEndingWith(const char* tail) const {
-        return static_cast<int>(QString::fromUtf8(out).count(QLatin1String(tail) + QLatin1Char('\n')));
     }
 };
 
@@ -116,7 +112,7 @@ TEST_F(Program, AnEchoServerAnswersAClientLogsItAndSigtermEndsItAsCloseDoesWithZ
     ASSERT_TRUE(shows(out, "] : Client Disconnected")) << out.toStdString();
     process.terminate();
     EXPECT_EQ(finish(5000), 0) << err.toStdString();
-    EXPECT_EQ(rowsEndingWith("] : Recv [5 byte] :  hello"), 1);
+    EXPECT_EQ(out.count("] : Recv [5 byte] :  hello\n"), 1);
     EXPECT_TRUE(out.endsWith("] : Server Closed\n")) << out.toStdString();
     EXPECT_TRUE(err.isEmpty()) << err.toStdString();
 
@@ -143,7 +139,7 @@ TEST_F(Program, ARepeatRunOfTwentySendsAtTenMillisecondsSendsThemAllAndEndsAfter
                                                        "txt_Data_Input=ping"},
           {"--start", "--duration=1.5"});
     EXPECT_EQ(finish(), 0) << err.toStdString();
-    EXPECT_EQ(rowsEndingWith("] : Send [4 byte] :  ping"), 20);
+    EXPECT_EQ(out.count("] : Send [4 byte] :  ping\n"), 20);
     EXPECT_TRUE(out.endsWith("] : Client Disconnected\n")) << out.toStdString();
 }
 
@@ -157,12 +153,10 @@ TEST_F(Program, APrintedProfileLoadsBackABadProfileExitsWithTwoAndAFailedRunWith
     QFile saved(root.filePath(QStringLiteral("home/.config/TK7300_SIMUL/Simulator.conf")));
     EXPECT_TRUE(saved.open(QIODevice::ReadOnly) && saved.readAll().contains("\nPORT=4000\n"))
         << "the settings of the test's own folder were read and saved";
-    out.clear();
     start(QString::fromUtf8(printed).split(u'\n'), {"--print-profile"});
     ASSERT_EQ(finish(), 0) << err.toStdString();
     EXPECT_EQ(out, printed);
 
-    out.clear();
     const QString path = start(destination(freePort()) << "opt_HexA=maybe", {"--start", "--duration=1"});
     EXPECT_EQ(finish(), 2);
     EXPECT_EQ(QString::fromUtf8(err),
@@ -170,7 +164,6 @@ TEST_F(Program, APrintedProfileLoadsBackABadProfileExitsWithTwoAndAFailedRunWith
                   ":6: opt_HexA: 'maybe' is no value of an option; use true or false\n");
     EXPECT_TRUE(out.isEmpty()) << "no line of a listen or a dial";
 
-    err.clear();
     start(destination(freePort()), {"--start", "--quiet"});
     ASSERT_TRUE(shows(err, "Error: E........\n")) << err.toStdString();
     ::kill(static_cast<pid_t>(process.processId()), SIGINT);

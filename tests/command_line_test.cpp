@@ -7,13 +7,11 @@ namespace {
 
 // The arguments, split at blanks, after the program's own path.
 Outcome parse(const char* arguments) {
-    QStringList list = QString::fromLatin1(arguments).split(u' ', Qt::SkipEmptyParts);
-    list.prepend(QStringLiteral("/usr/bin/traffic_simulator"));
-    return parseCommandLine(list);
+    return parseCommandLine(QStringList{QStringLiteral("/usr/bin/traffic_simulator")} +
+                            QString::fromLatin1(arguments).split(u' ', Qt::SkipEmptyParts));
 }
 
-// In a few words, the options of the run the program goes on to, or the status it ends with and the first
-// line it prints.
+// The run the program goes on to, in a few words, or the status it ends with and the first line it prints.
 QString outcome(const Outcome& o) {
     if (!o.run) {
         return QStringLiteral("%1: %2").arg(o.status).arg((o.out + o.err).section(u'\n', 0, 0));
@@ -67,8 +65,7 @@ TEST(CommandLine, OpensTheWindowOrReadsARunOrPrintsHelpOrTheVersionOrAUsageError
     for (const auto& [arguments, expected] : cases) {
         const Outcome o = parse(arguments);
         EXPECT_EQ(outcome(o), expected) << arguments;
-        // Nothing printed for a run; help and the version on standard output; a usage error on standard
-        // error, with the usage after it.
+        // A run prints nothing; help and version print on stdout only; errors and the usage on stderr only.
         if (o.run) {
             EXPECT_EQ(o.out + o.err, QString()) << arguments;
         } else if (o.status == 0) {
@@ -78,9 +75,8 @@ TEST(CommandLine, OpensTheWindowOrReadsARunOrPrintsHelpOrTheVersionOrAUsageError
             EXPECT_TRUE(o.err.contains("\n\nUsage: traffic_simulator [options]\n")) << arguments;
         }
     }
-    const QString help = parse("--help").out;
-    EXPECT_TRUE(help.contains("--version"));
-    EXPECT_FALSE(help.contains("platformpluginpath")) << "Qt's options stay out of the help";
+    EXPECT_TRUE(parse("--help").out.contains("--version"));
+    EXPECT_FALSE(parse("--help").out.contains("platformpluginpath")) << "Qt's options stay out of the help";
     EXPECT_EQ(parseCommandLine({"traffic_simulator", "--profile=a b.ini"}).request.profile, "a b.ini");
 }
 

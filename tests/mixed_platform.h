@@ -3,7 +3,7 @@
 #include "platform/qt/qt_platform.h"
 #include "support/sim_form.h"
 
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QTimer>
 
 namespace sim::test {
@@ -26,12 +26,11 @@ struct MixedPlatform {
 };
 
 // Pumps the Qt loop until the condition holds or `limitMs` have passed.
-template <class Cond> bool pumpUntil(EventPump& pump, Cond cond, int limitMs = 5000) {
+template <class Cond> bool pumpUntil(EventPump& pump, Cond cond, int limitMs = 20000) {
     QTimer wake;
     wake.start(20);
-    QElapsedTimer clock;
-    clock.start();
-    while (!cond() && clock.elapsed() < limitMs) {
+    const QDeadlineTimer deadline(limitMs);
+    while (!cond() && !deadline.hasExpired()) {
         pump.pump();
     }
     return cond();

@@ -3,14 +3,14 @@
 
 #include "mixed_platform.h"
 
-#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <random>
 #include <set>
 
@@ -23,8 +23,7 @@ namespace {
 TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWasStarted) {
     qt::QtPlatform platform;
     int ticks = 0;
-    std::unique_ptr<PlatformTimer> timer;
-    timer = platform.timers.createTimer([&] {
+    const std::unique_ptr<PlatformTimer> timer = platform.timers.createTimer([&] {
         if (++ticks < 5) {
             timer->start(5 * ticks);
         } else {
@@ -42,8 +41,8 @@ TEST(QtPlatform, ATimerRestartedAndStoppedFromItsOwnTicksTicksOnlyAsOftenAsItWas
     EXPECT_EQ(ticks, 5);
 }
 
-// The IPv4 addresses of the machine's interfaces other than loopback, as the system lists them.
-std::set<QString> machineAddresses() {
+// The machine's IPv4 addresses but loopback, as the system lists them; 127.0.0.1 on a machine with none.
+std::set<QString> addressesToShow() {
     std::set<QString> own;
     ifaddrs* list = nullptr;
     EXPECT_EQ(getifaddrs(&list), 0);
@@ -56,12 +55,12 @@ std::set<QString> machineAddresses() {
         }
     }
     freeifaddrs(list);
-    return own;
+    return own.empty() ? std::set<QString>{QStringLiteral("127.0.0.1")} : own;
 }
 
-// The form on the real platform shows one of the machine's own addresses (127.0.0.1 on a machine that has
-// none). A device on 127.0.0.1 that pours without reading: the form's socket stops reading once it holds
-// 4 MiB unsent, so TCP slows the device instead of the simulator's memory growing, and nothing is lost.
+// The form on the real platform shows one of the machine's own addresses. A device on 127.0.0.1 that pours
+// without reading: the form's socket stops reading once it holds 4 MiB unsent, so TCP slows the device
+// instead of the simulator's memory growing, and nothing is lost.
 TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosingAnEcho) {
     QTcpServer device;
     device.listen(QHostAddress::LocalHost, 0);
@@ -70,26 +69,19 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
     form.load();
     Panel& p = form.panel();
     Operator& op = form.op();
-    const std::set<QString> own = machineAddresses();
-    const QString shown = p.txt_Simulator_IP.text();
-    EXPECT_TRUE(own.empty() ? shown == QStringLiteral("127.0.0.1") : own.contains(shown))
-        << shown.toStdString();
+    EXPECT_TRUE(addressesToShow().contains(p.txt_Simulator_IP.text()))
+        << p.txt_Simulator_IP.text().toStdString();
 
     pointAtLoopback(p, device.serverPort());
-    const auto waitFor = [&](const std::function<bool()>& cond) {
-        return pumpUntil(mixed.pump, cond, 20000);
-    };
     op.click(p.opt_None); // the flood is echoed unrecorded; the operator's send is recorded
     op.click(p.Cmd_Start);
-    ASSERT_TRUE(waitFor([&] { return device.hasPendingConnections(); }));
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return device.hasPendingConnections(); }));
     // The device pours more than every buffer on the way can hold, and reads nothing meanwhile.
     QTcpSocket& link = *device.nextPendingConnection();
     link.setReadBufferSize(4096); // Qt takes no more than this from the system while not reading
     QByteArray pour(qsizetype{48} << 20, Qt::Uninitialized);
     std::mt19937 random(7); // every byte value and pair, CR LF among them
-    for (char& b : pour) {
-        b = static_cast<char>(random());
-    }
+    std::ranges::generate(pour, [&] { return static_cast<char>(random()); });
     link.write(pour);
     // The pour has stalled once the system took none of it for two spells in a row, so that a moment the
     // test process was not scheduled is no stall.
@@ -102,8 +94,7 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
         quietSpells = moved ? 0 : quietSpells + 1;
     });
     spell.start(300);
-    ASSERT_TRUE(waitFor([&] { return quietSpells == 2; }));
-    spell.stop();
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return quietSpells == 2; }));
     EXPECT_GT(left, 0) << "the simulator stopped reading";
     op.click(p.opt_List); // the level stays live during a link
     p.txt_Data_Input.setText(QStringLiteral("PING"));
@@ -115,7 +106,7 @@ TEST(QtForm, ShowsTheMachinesAddressAndSlowsADeviceThatReadsNothingWithoutLosing
     QObject::connect(&link, &QTcpSocket::readyRead, [&] { got += link.readAll(); });
     link.setReadBufferSize(0);
     got += link.readAll();
-    ASSERT_TRUE(waitFor([&] { return got.size() >= pour.size(); }));
+    ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return got.size() >= pour.size(); }));
     EXPECT_TRUE(got == pour) << "every byte echoed, in order, and no PING among them";
 }
 
@@ -124,8 +115,7 @@ TEST(QtPlatform, TheClockTellsTheLocalDateAndTimeOfTheSystemToTheSecond) {
     const QDateTime before = QDateTime::currentDateTime().addMSecs(-1000);
     const QDateTime told(clock.localDate(), clock.localTime());
     const QDateTime after = QDateTime::currentDateTime();
-    EXPECT_LE(before, told);
-    EXPECT_LE(told, after);
+    EXPECT_TRUE(before <= told && told <= after) << told.toString().toStdString();
     EXPECT_EQ(told.time().msec(), 0) << "whole seconds";
     const int ms = clock.systemMilliseconds();
     EXPECT_TRUE(ms >= 0 && ms <= 999) << ms;
@@ -147,7 +137,7 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
     ASSERT_TRUE(QFile(path("local/share/applications/org.other.Tool.desktop")).open(QIODevice::WriteOnly));
     ASSERT_TRUE(QFile::link(path("home"), path("home-link")));
     // Where the program lies and where it was started; its program folder and working folder.
-    const std::array<const char*, 4> cases[] = {
+    const char* const cases[][4] = {
         {"build/src", "build/src", "build/src", "build/src"}, // a build tree or an unpacked archive
         {"usr/bin", "home/project", "data", "home/project"},  // installed; a folder under home was chosen
         {"local/bin", "home", "local/bin", "data"},           // started from the menu
@@ -166,8 +156,6 @@ TEST(QtFolders, AreTheProgramsAndTheStartingFolderUnlessNoPlaceForFiles) {
 }
 
 TEST(RunWithoutAWindow, AMessageBoxIsPrintedAndAnsweredAtOnceAndTheSaveDialogIsCancelled) {
-    const QString name = QCoreApplication::applicationName();
-    QCoreApplication::setApplicationName(QStringLiteral("Simulator"));
     qt::EventGate gate;
     qt::HeadlessDialogs dialogs(gate);
     ::testing::internal::CaptureStderr();
@@ -175,7 +163,6 @@ TEST(RunWithoutAWindow, AMessageBoxIsPrintedAndAnsweredAtOnceAndTheSaveDialogIsC
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Simulator: IP Address Value Cross Limit\n");
     EXPECT_EQ(dialogs.showSave({}), std::nullopt);
     EXPECT_FALSE(gate.modal());
-    QCoreApplication::setApplicationName(name);
 }
 
 } // namespace
