@@ -8,10 +8,6 @@
 namespace sim::test {
 namespace {
 
-struct Logged : DeviceAsServer {
-    Logged() { sim.scheduler.setStart(QDateTime(QDate(2026, 11, 22), QTime(9, 15, 2, 7))); }
-};
-
 // A record of the payload, or of a failure where there is none: the rows the list gets and the line the
 // files get, which at File alone has another form in hexadecimal.
 struct RecordCase {
@@ -55,7 +51,8 @@ TEST(Records, GoWhereTheLevelSaysInTheFormOfTheFormatCutInRowsOfSixtyCharacters)
     };
     for (const RecordCase& c : cases) {
         SCOPED_TRACE(c.fileLine.toStdString());
-        Logged f;
+        DeviceAsServer f;
+        f.sim.scheduler.setStart(QDateTime(QDate(2026, 11, 22), QTime(9, 15, 2, 7)));
         f.setUp({c.hex ? "opt_HexA" : "opt_Ascii"});
         QStringList rows;
         QByteArray file;
@@ -87,7 +84,7 @@ TEST(ListUpkeep, LongRecordsShowTheSameRowsWithOrWithoutTheFilesAndTheListKeeps2
     }
     for (const char* format : {"opt_Ascii", "opt_HexA"}) {
         SCOPED_TRACE(format);
-        Logged f;
+        DeviceAsServer f;
         f.setUp({format});
         // The bytes come in and go back, as an echo does; then again to the files too.
         f.form.log().TrafficLog(payload, Direction::Received);
@@ -100,7 +97,6 @@ TEST(ListUpkeep, LongRecordsShowTheSameRowsWithOrWithoutTheFilesAndTheListKeeps2
         f.form.log().TrafficLog(payload, Direction::Sent);
         EXPECT_EQ(f.rows(), rows.mid(2 * 548 + 2 * 548 - 2001) + rows)
             << "each row past 2001 takes the oldest";
-        EXPECT_EQ(f.p.List1.listIndex(), 2000);
         EXPECT_GT(fileBytes(f.namedLogPath()).size(), 80'000) << "the files hold the whole text";
         // Rows added without a trim leave the list over its limit: a record takes one old row for each
         // of its own, then one more.
