@@ -17,10 +17,8 @@ struct DeviceAsServer : SimForm {
 
     // The link the device holds; a test whose link never came fails here instead of crashing.
     std::shared_ptr<DeviceLink> device() const {
-        if (auto link = sim.network.lastLink()) {
-            return link;
-        }
-        throw std::logic_error("the device holds no link");
+        const auto link = sim.network.lastLink();
+        return link ? link : throw std::logic_error("the device holds no link");
     }
     QStringList rows() const { return p.List1.rows(); }
     // Each message box shown, as "text [title style]".
