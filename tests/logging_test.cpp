@@ -150,7 +150,6 @@ TEST(LogFile, IsCheckedBeforeALinkStartsAndTheLinkGoesOnWhenItsFilesAreClearedRe
     f.device()->send("a");
     f.sim.scheduler.runFor(10);
     f.op.click(f.p.cmd_Log);
-    EXPECT_TRUE(f.rows().isEmpty());
     EXPECT_TRUE(fileBytes(named).endsWith("[10:00:01.002] : Send [1 byte] : a\r\n"))
         << "Log Clear keeps the files";
     // The operator clears old logs: both folders go, the named log's from three levels up.

