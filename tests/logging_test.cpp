@@ -56,7 +56,6 @@ TEST(Records, GoWhereTheLevelSaysInTheFormOfTheFormatCutInRowsOfSixtyCharacters)
         f.setUp({c.hex ? "opt_HexA" : "opt_Ascii"});
         QStringList rows;
         QByteArray file;
-        // Each level in turn: its name says where a record goes.
         for (const QByteArray level : {"opt_None", "opt_List", "opt_File", "Opt_List_File"}) {
             SCOPED_TRACE(level.constData());
             f.setUp({level.constData()});

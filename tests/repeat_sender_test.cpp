@@ -152,7 +152,6 @@ TEST(RepeatRun, ALinkLostIsDialledAgainAtTheNextTickOnceThatTickHasItsPayloadAnd
     }
 }
 
-// Program Mode ticked and the steps typed, on the dial-out side.
 struct ProgramRun : RepeatRun {
     explicit ProgramRun(const Steps& steps, const Steps& gaps = {}) : RepeatRun("1", "Endless", "") {
         op.click(p.chkMode);

@@ -62,12 +62,10 @@ struct DeviceAsServer : SimForm {
     }
     void at(Ms at, std::function<void()> fn) { sim.scheduler.at(at, std::move(fn)); }
     void runUntil(Ms at) { sim.scheduler.runUntil(at); }
-    // Clicks at the virtual time `at` and runs the events up to it.
     void clickAt(Ms at, Control& control) {
         sim.scheduler.runUntil(at);
         op.click(control);
     }
-    // The virtual times of the sends on the dialling socket.
     Times sendTimes() const {
         Times times;
         for (const auto& [at, bytes] : sim.network.socketNamed(QStringLiteral("Client_Socket"))->sent) {
