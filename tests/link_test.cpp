@@ -210,17 +210,14 @@ TEST(ConnectWaits, AfterTheDeviceHungUpSendDialsAgainOnceAndARepeatTickDuringIts
     f.clickAt(1300, f.p.Cmd_Send); // dials again: the device accepts at 2100
     EXPECT_EQ(f.p.iRepeatNo, 0) << "the tick at 2000 came during the wait and was dropped before it counted";
     ASSERT_NE(f.device(), first);
+    // Only Connect clears the watcher's flag, so a second loss goes unreported.
+    f.at(6000, [&f] { f.device()->close(); });
     f.runUntil(10'000);
     EXPECT_EQ(f.sendTimes(), (Times{1000, 2100, 3100, 4100, 5100}));
     EXPECT_EQ(f.rows().filter("] : Connection "),
               (QStringList{"[10:00:00.000] : Connection Success", "[10:00:02.000] : Connection Fail",
                            "[10:00:01.300] : Connection Success"}))
         << "the watcher saw the link down during the wait; the new link's line bears the time it began";
-    // Only Connect clears the watcher's flag, so a second loss goes unreported.
-    const int rows = f.rows().size();
-    f.device()->close();
-    f.runUntil(13'000);
-    EXPECT_EQ(f.rows().size(), rows);
 }
 
 struct DeviceAsClient : DeviceAsServer {
@@ -282,7 +279,6 @@ TEST(Listen, ServesOneClientAtATimeAndListensAgainAfterEachEndUntilClose) {
                                      "[10:00:00.500] : Listen..", "[10:00:00.600] : Client Connected",
                                      "[10:00:00.701] : Recv [1 byte] :  ?", " ", "[10:00:00.701] : Send Fail",
                                      "[10:00:01.000] : Server Closed"}));
-    EXPECT_TRUE(second->received().empty());
     EXPECT_EQ(f.p.Server_Socket.state(), socket_state::kClosed);
     EXPECT_EQ(f.unlocked(), "Frame1 Frame2 txt_Logfile Frame10 chkMode Cmd_Start");
     // Close armed the watcher on the way out of Listen: one line a second later, then silence.

@@ -168,7 +168,6 @@ TEST(LogFile, IsCheckedBeforeALinkStartsAndTheLinkGoesOnWhenItsFilesAreClearedRe
     f.sim.scheduler.runFor(10);
     EXPECT_EQ(f.rows().last(), "10:00:01Client Socket Error : Referance Err_Log File ....... ");
     EXPECT_EQ(f.p.Client_Socket.state(), socket_state::kClosed);
-    EXPECT_EQ(f.shown().last(), "E........ [Error 16]");
 }
 
 TEST(StatusLines, OnlyTheDialsAndTheDataArrivalsReachTheFilesAndOnlyAtListPlusFile) {
