@@ -69,7 +69,7 @@ TEST(Records, GoWhereTheLevelSaysInTheFormOfTheFormatCutInRowsOfSixtyCharacters)
             const bool fileOnly = !toList && !c.fileOnlyLine.isEmpty();
             file += level.contains("File") ? (fileOnly ? c.fileOnlyLine : c.fileLine) + "\r\n" : "";
             EXPECT_EQ(f.rows(), rows);
-            EXPECT_EQ(fileBytes(f.namedLogPath()), file);
+            EXPECT_EQ(fileBytes(f.p.txt_Logfile.text()), file);
             EXPECT_EQ(fileBytes(f.dailyLogPath()), file);
         }
     }
@@ -96,7 +96,7 @@ TEST(ListUpkeep, LongRecordsShowTheSameRowsWithOrWithoutTheFilesAndTheListKeeps2
         f.form.log().TrafficLog(payload, Direction::Sent);
         EXPECT_EQ(f.rows(), rows.mid(2 * 548 + 2 * 548 - 2001) + rows)
             << "each row past 2001 takes the oldest";
-        EXPECT_GT(fileBytes(f.namedLogPath()).size(), 80'000) << "the files hold the whole text";
+        EXPECT_GT(fileBytes(f.p.txt_Logfile.text()).size(), 80'000) << "the files hold the whole text";
         // Rows added without a trim leave the list over its limit: a record takes one old row for each
         // of its own, then one more.
         f.p.List1.addItem(QStringLiteral("a"));
@@ -111,15 +111,10 @@ TEST(ListUpkeep, LongRecordsShowTheSameRowsWithOrWithoutTheFilesAndTheListKeeps2
 TEST(LogFile, IsCheckedBeforeALinkStartsAndTheLinkGoesOnWhenItsFilesAreClearedRemovedOrBlocked) {
     DeviceAsServer f;
     const QString working = f.sim.folders.workingFolder() + QLatin1Char('/');
-    f.p.txt_Logfile.setText(QStringLiteral("/"));
-    f.op.click(f.p.Cmd_Start); // at List the path is not looked at
-    f.op.click(f.p.cmd_End);
+    f.setUp({"txt_Logfile=/", "Cmd_Start", "cmd_End"}); // at List the path is not looked at
     QDir(working).mkdir(QStringLiteral("folder-not-file"));
-    f.setUp({"opt_File"});
-    for (const char* bad : {"", "/", "folder-not-file"}) {
-        f.p.txt_Logfile.setText(QString::fromLatin1(bad));
-        f.op.click(f.p.Cmd_Start);
-    }
+    f.setUp({"opt_File", "txt_Logfile=", "Cmd_Start", "txt_Logfile=/", "Cmd_Start",
+             "txt_Logfile=folder-not-file", "Cmd_Start"});
     EXPECT_EQ(f.sim.network.dialled().size(), 1U) << "no link started at File";
     EXPECT_EQ(f.shown(), QStringList(3, QStringLiteral("Invalid Pass [LogFile 16]")));
     // The dialog's Cancel leaves box and file alone; a file picked is emptied at once.
@@ -139,9 +134,8 @@ TEST(LogFile, IsCheckedBeforeALinkStartsAndTheLinkGoesOnWhenItsFilesAreClearedRe
     writeFile(chosen, "kept\r\n");
     f.op.click(f.p.Cmd_Start);
     EXPECT_EQ(fileBytes(chosen), QByteArray("kept\r\n"));
-    f.op.click(f.p.cmd_End);
     // A relative path deep in folders that do not exist yet: they are made, with an empty file.
-    f.setUp({"txt_Logfile=a/b/c/run.log", "Cmd_Start", "cmd_End"});
+    f.setUp({"cmd_End", "txt_Logfile=a/b/c/run.log", "Cmd_Start", "cmd_End"});
     const QString named = working + QStringLiteral("a/b/c/run.log");
     ASSERT_TRUE(QFileInfo(named).isFile()) << "made, with its folders";
     f.runUntil(1000);
@@ -192,7 +186,7 @@ TEST(StatusLines, OnlyTheDialsAndTheDataArrivalsReachTheFilesAndOnlyAtListPlusFi
             << "the list has them all at every level";
         const QStringList files = f.p.Opt_List_File.value() ? filed : QStringList();
         // Each line of a file must end in CR LF.
-        EXPECT_EQ(statusRows(QString::fromLatin1(fileBytes(f.namedLogPath())).split("\r\n")), files);
+        EXPECT_EQ(statusRows(QString::fromLatin1(fileBytes(f.p.txt_Logfile.text())).split("\r\n")), files);
         EXPECT_EQ(statusRows(QString::fromLatin1(fileBytes(f.dailyLogPath())).split("\r\n")), files);
     }
 }

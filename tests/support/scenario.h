@@ -44,7 +44,6 @@ struct DeviceAsServer : SimForm {
     QString dailyLogPath() const {
         return sim.folders.workingFolder() + QStringLiteral("/log/STAT_20261122.log");
     }
-    QString namedLogPath() const { return QDir::fromNativeSeparators(p.txt_Logfile.text()); }
     // Sets the panel up step by step: "name" clicks the control, "name=text" writes the text of a box.
     void setUp(const Steps& steps) {
         for (const QString step : steps) {
