@@ -168,9 +168,6 @@ TEST(ConnectTick, CountsUpTo10001AndThenStartsAgainFromZero) {
     EXPECT_EQ(f.p.iConnectTick, 0);
 }
 
-// A press that would dial out while a connect wait runs is held back until no wait runs, then runs as
-// an event of its own; a repeat tick that comes during a wait is dropped.
-
 TEST(ConnectWaits, PressesDuringAWaitRunInTheirOrderOnceNoWaitRunsAndAPressHeldInsideALaterWaitWaitsAgain) {
     DeviceAsServer f;
     f.sim.network.latency = 400;
@@ -198,8 +195,7 @@ TEST(ConnectWaits, AfterTheDeviceHungUpSendDialsAgainOnceAndARepeatTickDuringIts
     f.sim.scheduler.setHorizon(60'000);
     f.op.click(f.p.Cmd_Start);
     const auto first = f.device();
-    f.runUntil(1100);
-    first->close();
+    f.at(1100, [first] { first->close(); });
     f.runUntil(1250);
     EXPECT_EQ(f.unlocked(), "Cmd_Send cmd_End") << "locked until Close";
     f.sim.network.latency = 800;
@@ -300,10 +296,9 @@ TEST(Listen, ATakenPortIsRetriedWithoutEndBoundedInTheListAndCloseStillStops) {
     f.sim.network.occupy(5000);
     f.sim.scheduler.setHorizon(200'000); // a Close that is not offered fails the test
     f.listenUntil(120'000);
-    const QStringList rows = f.rows();
-    EXPECT_EQ(rows.size(), 2002) << "2001 after the last trim, and Close's line, which trims nothing";
-    EXPECT_EQ(rows.filter("] : Listen Fail").size(), 2001);
-    EXPECT_EQ(rows.last(), "[10:02:00.000] : Server Closed");
+    EXPECT_EQ(f.rows().size(), 2002) << "2001 after the last trim, and Close's line, which trims nothing";
+    EXPECT_EQ(f.rows().filter("] : Listen Fail").size(), 2001);
+    EXPECT_EQ(f.rows().last(), "[10:02:00.000] : Server Closed");
     EXPECT_TRUE(f.shown().isEmpty()) << "no message box for a failed listen";
 }
 

@@ -35,9 +35,7 @@ TEST(RepeatRun, ACountedRunFallsQuietAtItsCountOrAtTheSixteenBitLimitCloseEndsIt
     // Under Connect && Close each echo ends the link; the redial uses a tick and sets the count back,
     // so one send goes every second tick until Close.
     f.sim.network.onLink = [](std::shared_ptr<DeviceLink> link) {
-        link->onReceive = [weak = std::weak_ptr<DeviceLink>(link)](const Bytes& bytes) {
-            weak.lock()->send(bytes);
-        };
+        link->onReceive = [device = link.get()](const Bytes& bytes) { device->send(bytes); };
     };
     f.setUp({"cmd_End", "com_Timegap=1", "com_Count=2", "Opt_Cnn2", "cmd_CSend"});
     f.runUntil(28'500);
@@ -88,12 +86,9 @@ TEST(RepeatRun, TheGapAndTheCountAsTypedGiveTheSendsOfTheFirstTenSeconds) {
 TEST(RepeatRun, EachTickReadsThePayloadAnewAndATextThatFailsUsesUpItsTickSilently) {
     RepeatRun f("1", "5", "aa");
     f.op.click(f.p.Cmd_Start);
-    f.runUntil(1500);
-    f.keys.type(f.p.txt_Data_Input, QStringLiteral("b")); // the data box stays live during a run
-    f.runUntil(2500);
-    f.p.txt_Data_Input.setText(QString());
-    f.runUntil(4500);
-    f.p.txt_Data_Input.setText(QStringLiteral("c"));
+    f.at(1500, [&f] { f.keys.type(f.p.txt_Data_Input, QStringLiteral("b")); }); // the box stays live
+    f.at(2500, [&f] { f.p.txt_Data_Input.setText(QString()); });
+    f.at(4500, [&f] { f.p.txt_Data_Input.setText(QStringLiteral("c")); });
     f.runUntil(10'000);
     EXPECT_EQ(f.device()->received(), bytesOf("aaaabc"));
     EXPECT_EQ(f.sendTimes(), (Times{1000, 2000, 5000}));
