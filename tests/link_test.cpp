@@ -22,13 +22,12 @@ TEST(DialOut, AStartConnectsFailsOrIsRefusedAndTheWatcherReportsALinkThatIsNotUp
     };
     const char* const unlocked = "Frame1 Frame2 Frame10 chkMode Cmd_Start";
     const QStringList watcher{"[10:00:01.550] : Connection Fail"};
-    const Steps start{"Cmd_Start"};
     const Case cases[] = {
-        {start, 1150, "Cmd_Send cmd_End", QStringList{"[10:00:00.250] : Connection Success"}},
-        {start, 1250, unlocked,
+        {Steps{"Cmd_Start"}, 1150, "Cmd_Send cmd_End", QStringList{"[10:00:00.250] : Connection Success"}},
+        {Steps{"Cmd_Start"}, 1250, unlocked,
          QStringList{"[10:00:00.250] : Connection Fail", "[10:00:02.250] : Connection Fail"}, QStringList(),
          QByteArray(), Answer::Ignore},
-        {start, 1450, unlocked,
+        {Steps{"Cmd_Start"}, 1450, unlocked,
          QStringList{"10:00:01Client Socket Error : Referance Err_Log File ....... ",
                      "[10:00:00.250] : Connection Fail", "[10:00:02.450] : Connection Fail"},
          QStringList{"E........ [Error 16]"},
@@ -140,22 +139,21 @@ TEST(PanelReset, UnlocksWhatALinkLockedAndTouchesNothingElse) {
     for (const char* level : {"opt_File", "opt_List", "opt_None"}) {
         SCOPED_TRACE(level);
         DeviceAsServer f;
-        Panel& p = f.p;
         f.setUp({level, "Cmd_Start"}); // a link: the panel is locked
         // What the reset must leave alone is set against it.
-        p.Timer2.setEnabled(true);
-        p.cmd_CSend.setEnabled(true);
-        p.Label7.setEnabled(false);
-        p.iRepeatNo = 3;
-        p.iStepNo = 2;
-        p.bFailShown = 1;
+        f.p.Timer2.setEnabled(true);
+        f.p.cmd_CSend.setEnabled(true);
+        f.p.Label7.setEnabled(false);
+        f.p.iRepeatNo = 3;
+        f.p.iStepNo = 2;
+        f.p.bFailShown = 1;
         f.form.link().PanelReset();
         EXPECT_EQ(f.unlocked(), std::string(level) == "opt_File"
                                     ? "Frame1 Frame2 txt_Logfile Frame10 chkMode Cmd_Start"
                                     : "Frame1 Frame2 Frame10 chkMode Cmd_Start");
         const QString timersAndOthers = "-Timer1 +client_status +Timer2 +cmd_CSend -Label7";
-        EXPECT_EQ(factsOf(p, timersAndOthers), timersAndOthers);
-        EXPECT_EQ((std::vector<int>{p.iRepeatNo, p.iStepNo, p.bFailShown, p.Client_Socket.state()}),
+        EXPECT_EQ(factsOf(f.p, timersAndOthers), timersAndOthers);
+        EXPECT_EQ((std::vector<int>{f.p.iRepeatNo, f.p.iStepNo, f.p.bFailShown, f.p.Client_Socket.state()}),
                   (std::vector<int>{3, 2, 1, socket_state::kConnected}));
     }
 }
@@ -244,8 +242,7 @@ TEST(Listen, ServesOneClientAtATimeAndListensAgainAfterEachEndUntilClose) {
     f.connectAt(100);
     f.at(200, [&] {
         f.client->send("AB");
-        second = f.sim.network.deviceConnects(5000);
-        EXPECT_EQ(second, nullptr) << "nothing listens while a client is served";
+        EXPECT_EQ(f.sim.network.deviceConnects(5000), nullptr) << "nothing listens while a client is served";
     });
     f.at(300, [&] { f.client->close(); });
     f.at(400, [&] {
