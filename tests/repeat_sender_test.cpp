@@ -167,12 +167,10 @@ TEST(ProgramRun, StartConnectsOfItsOwnAndEndClosesTheLinkWhileItsTicksGoOn) {
     f.sim.network.deviceListens("127.0.0.1", 4000, Answer::Ignore);
     f.op.click(f.p.cmdSendStart);
     EXPECT_EQ(f.sim.scheduler.now(), 1000);
-    EXPECT_EQ(f.p.cmdSendStart.caption(), "Start");
     EXPECT_EQ(f.shown(), QStringList{"Input Destination Port [Error 16]"});
     EXPECT_EQ(f.sim.network.dialled().size(), 1U) << "the first two starts dialled nothing";
     f.sim.network.deviceListens("127.0.0.1", 4000);
     f.clickAt(1200, f.p.cmdSendStart);
-    EXPECT_EQ(f.p.cmdSendStart.caption(), "End");
     EXPECT_EQ(f.rows(), QStringList{"[10:00:01.200] : Client Connected"});
     EXPECT_EQ(f.unlocked(), "Frame1 Frame2 Frame10 chkMode") << "nothing locked";
     f.clickAt(2500, f.p.cmdSendStart);
