@@ -17,10 +17,8 @@ struct DeviceAsServer : SimForm {
 
     // The link the device holds; a test whose link never came fails here instead of crashing.
     std::shared_ptr<DeviceLink> device() const {
-        if (auto link = sim.network.lastLink()) {
-            return link;
-        }
-        throw std::logic_error("the device holds no link");
+        const auto link = sim.network.lastLink();
+        return link ? link : throw std::logic_error("the device holds no link");
     }
     QStringList rows() const { return p.List1.rows(); }
     // Each message box shown, as "text [title style]".
@@ -46,7 +44,6 @@ struct DeviceAsServer : SimForm {
     QString dailyLogPath() const {
         return sim.folders.workingFolder() + QStringLiteral("/log/STAT_20261122.log");
     }
-    QString namedLogPath() const { return QDir::fromNativeSeparators(p.txt_Logfile.text()); }
     // Sets the panel up step by step: "name" clicks the control, "name=text" writes the text of a box.
     void setUp(const Steps& steps) {
         for (const QString step : steps) {
@@ -64,12 +61,10 @@ struct DeviceAsServer : SimForm {
     }
     void at(Ms at, std::function<void()> fn) { sim.scheduler.at(at, std::move(fn)); }
     void runUntil(Ms at) { sim.scheduler.runUntil(at); }
-    // Clicks at the virtual time `at` and runs the events up to it.
     void clickAt(Ms at, Control& control) {
         sim.scheduler.runUntil(at);
         op.click(control);
     }
-    // The virtual times of the sends on the dialling socket.
     Times sendTimes() const {
         Times times;
         for (const auto& [at, bytes] : sim.network.socketNamed(QStringLiteral("Client_Socket"))->sent) {
