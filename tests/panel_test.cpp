@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-
 namespace sim::test {
 namespace {
 
@@ -23,6 +21,29 @@ QString shown(const SimForm& f) {
         out << QStringLiteral("%1 / %2 / %3").arg(d.text, d.title).arg(d.style);
     }
     return out.join(QStringLiteral("; "));
+}
+
+const QRegularExpression kMarks(QStringLiteral("[][|]"));
+
+// The four address boxes as the operator sees them: in the box that holds the focus "|" marks the caret
+// and "[...]" the selection; "port" behind them when the port box has the focus.
+QStringList seen(const Panel& p) {
+    QStringList out;
+    for (int i = 0; i < 4; ++i) {
+        const TextBox& box = p.txt_Destination_IP(i);
+        QString text = box.text();
+        if (p.focused() == &box) {
+            const int start = box.selStart();
+            const int length = box.selLength();
+            text = length == 0 ? text.insert(start, u'|')
+                               : text.insert(start + length, u']').insert(start, u'[');
+        }
+        out << text;
+    }
+    if (p.focused() == &p.txt_Destination_Port) {
+        out << QStringLiteral("port");
+    }
+    return out;
 }
 
 // The boxes are filled from the saved address and port and saved back; the log file is named for the day
@@ -53,11 +74,7 @@ TEST(FormLoad, FillsTheBoxesFromTheSavedAddressAndPortAndNamesTheDaysLogFile) {
             f.sim.settings.values[kPortKey] = QStringLiteral("5000");
         }
         f.form.load();
-        QStringList boxes;
-        for (int i = 0; i < 4; ++i) {
-            boxes << f.p.txt_Destination_IP(i).text();
-        }
-        EXPECT_EQ(boxes, c.shown);
+        EXPECT_EQ(seen(f.p), c.shown);
         EXPECT_EQ(f.sim.settings.values[kAddressKey], QString::fromLatin1(c.storedAfter));
         EXPECT_EQ(f.p.txt_Destination_Port.text(), QLatin1String(c.stored == nullptr ? "4000" : "5000"));
         EXPECT_EQ(f.sim.settings.values[kPortKey], f.p.txt_Destination_Port.text());
@@ -338,47 +355,21 @@ TEST(Timer, TicksOnlyWhileEnabledWithAnIntervalAndANewIntervalStartsTheWaitOver)
     EXPECT_EQ(ticks, (std::vector<Ms>{11700}));
 }
 
-using Boxes = std::array<const char*, 4>;
-
-const QRegularExpression kMarks(QStringLiteral("[][|]"));
-
-// The message boxes of the address boxes, as shown() has them.
 constexpr char kLimit[] = "IP Address Value Cross Limit / Simulator / 0";
 constexpr char kFormat[] = " Please Check your IP Address Format / IP Address Error / 64";
 
-// The loaded form with the four boxes holding what a test puts there. In a box, "|" marks the caret and
-// "[...]" the selection of the box that holds the focus.
+// The loaded form with the four boxes holding what a test puts there, marked as seen() has them.
 struct Editor : SimForm {
-    explicit Editor(const Boxes& marked) {
+    explicit Editor(const QStringList& marked) {
         for (int i = 0; i < 4; ++i) {
-            const QString text = QString::fromLatin1(marked.at(static_cast<std::size_t>(i)));
-            box(i).setText(QString(text).remove(kMarks));
-            const int start = static_cast<int>(text.indexOf(text.contains(u'[') ? u'[' : u'|'));
+            TextBox& box = p.txt_Destination_IP(i);
+            box.setText(QString(marked[i]).remove(kMarks));
+            const int start = static_cast<int>(marked[i].indexOf(marked[i].contains(u'[') ? u'[' : u'|'));
             if (start >= 0) {
-                op.focus(box(i));
-                op.select(box(i), start, std::max(0, static_cast<int>(text.indexOf(u']')) - start - 1));
+                op.focus(box);
+                op.select(box, start, std::max(0, static_cast<int>(marked[i].indexOf(u']')) - start - 1));
             }
         }
-    }
-    TextBox& box(int i) { return p.txt_Destination_IP(i); }
-    // The boxes as the operator sees them, marked as above; "port" behind them when the port box has the
-    // focus.
-    QStringList seen() {
-        QStringList out;
-        for (int i = 0; i < 4; ++i) {
-            QString text = box(i).text();
-            if (p.focused() == &box(i)) {
-                const int start = box(i).selStart();
-                const int length = box(i).selLength();
-                text = length == 0 ? text.insert(start, u'|')
-                                   : text.insert(start + length, u']').insert(start, u'[');
-            }
-            out << text;
-        }
-        if (p.focused() == &p.txt_Destination_Port) {
-            out << QStringLiteral("port");
-        }
-        return out;
     }
 };
 
@@ -386,7 +377,7 @@ struct Editor : SimForm {
 // "^x" releases x alone, ">" is a click into the data box, "#" a click on Log Clear after a link locked
 // the boxes, and "!n" checks the address against the rules, naming box n.
 struct Case {
-    Boxes before;
+    QStringList before;
     const char16_t* keys;
     QStringList after;
     const char* shown = "";
@@ -394,8 +385,7 @@ struct Case {
 
 void check(std::initializer_list<Case> cases) {
     for (const Case& c : cases) {
-        SCOPED_TRACE(QStringList({c.before.begin(), c.before.end()}).join(u' ').toStdString() + " keys " +
-                     QString::fromUtf16(c.keys).toStdString());
+        SCOPED_TRACE(c.before.join(u' ').toStdString() + " keys " + QString::fromUtf16(c.keys).toStdString());
         Editor f(c.before);
         for (const char16_t* k = c.keys; *k != 0; ++k) {
             if (*k == u'>') {
@@ -412,12 +402,12 @@ void check(std::initializer_list<Case> cases) {
             } else if (*k == u'+') {
                 f.keys.press(QChar(*++k));
             } else if (*k == u'^') {
-                f.op.keyUp(Keyboard::keyCodeFor(QChar(*++k)));
+                f.keys.release(QChar(*++k));
             } else {
                 f.keys.key(QChar(*k));
             }
         }
-        EXPECT_EQ(f.seen(), c.after);
+        EXPECT_EQ(seen(f.p), c.after);
         EXPECT_EQ(shown(f), QLatin1String(c.shown));
         EXPECT_EQ(f.sim.settings.values[kAddressKey], c.after.mid(0, 4).join(u'.').remove(kMarks) + u'.')
             << "every change of a box is saved at once";

@@ -37,10 +37,11 @@ public:
             op_.edited(*box, text.replace(start, length, typed), start + 1);
         }
     }
-    // Press and release.
+    // The key coming up: only Backspace's has a key code a handler reads, 8 (also for 127, Ctrl+Backspace).
+    void release(QChar ch) { op_.keyUp(ch == u'\b' || ch == QChar(127) ? 8 : 0); }
     void key(QChar ch) {
         press(ch);
-        op_.keyUp(keyCodeFor(ch));
+        release(ch);
     }
     // The caret put behind the box's text (unless it holds the focus already), then each key in turn.
     void type(TextBox& box, const QString& text) {
@@ -54,8 +55,6 @@ public:
             key(ch);
         }
     }
-    // Backspace's key code for 8 and for 127 (Ctrl+Backspace); no handler tells the other keys apart.
-    static int keyCodeFor(QChar ch) { return ch == u'\b' || ch == QChar(127) ? 8 : 0; }
 
 private:
     Panel& panel_;
