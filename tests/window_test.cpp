@@ -42,10 +42,8 @@ struct Window : ::testing::Test {
         return {mixed.pump,  mixed.timers,  network,       dialogs,    mixed.settings,
                 mixed.clock, mixed.folders, mixed.browser, mixed.files};
     }
-    // Loads the form, shows the window and makes it the active one.
     void open(Dialogs* dialogs = nullptr) {
         view.reset();
-        form.reset();
         form.emplace(platform(dialogs != nullptr ? *dialogs : mixed.dialogs));
         form->load();
         p = &form->panel();
@@ -216,7 +214,6 @@ TEST_F(Window, TheAddressBoxesFollowTheOperatorsTabsDigitsClicksAndBackspaces) {
     EXPECT_EQ(focused(), QStringLiteral("opt_HexA"));
 }
 
-// Opens the box's context menu and chooses Paste, as the operator would with the mouse.
 void pasteFromMenu(QWidget* target) {
     QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, QPoint(2, 2), target->mapToGlobal(QPoint(2, 2)));
     QApplication::sendEvent(target, &menuEvent);
@@ -311,8 +308,6 @@ TEST_F(Window, ClosingTheWindowWhileListeningUnwindsTheLoopAndEndsTheProgram) {
     EXPECT_TRUE(p->List1.rows()[0].endsWith(QStringLiteral("] : Listen..")));
     EXPECT_EQ(p->Server_Socket.state(), socket_state::kClosed);
 }
-
-// ---- message boxes with the real dialogs ----
 
 struct RealDialogs : Window {
     qt::QtDialogs dialogs{mixed.gate};
