@@ -17,7 +17,6 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QRadioButton>
-#include <QRegularExpression>
 #include <QScreen>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -194,10 +193,7 @@ TEST_F(Window, TheAddressBoxesFollowTheOperatorsTabsDigitsClicksAndBackspaces) {
     // The handler removes the selected 2 of 127 before the key applies: the key then takes the 1 before it.
     pointAtLoopback(*p, 4000);
     click(box(0));
-    p->dispatch([&] {
-        box(0).setSelStart(1);
-        box(0).setSelLength(1);
-    });
+    form->op().select(box(0), 1, 1);
     key(Qt::Key_Backspace, Qt::NoModifier, QStringLiteral("\b"));
     EXPECT_EQ(box(0).text(), QStringLiteral("7"));
     EXPECT_EQ(edit(box(0))->text(), QStringLiteral("7"));
@@ -286,8 +282,7 @@ TEST_F(Window, PastesAreAllowedWhereCtrlVIsTheMenusAlwaysAndALongTextArrivesWhol
     // The combo boxes' edit fields take a long text whole too.
     QApplication::clipboard()->setText(QString(40000, u'9'));
     click(p->opt_Send_Only);
-    auto* gap = qobject_cast<QComboBox*>(widget(p->com_Timegap));
-    gap->lineEdit()->setFocus();
+    qobject_cast<QComboBox*>(widget(p->com_Timegap))->lineEdit()->setFocus();
     key(Qt::Key_A, Qt::ControlModifier, QStringLiteral("a"));
     key(Qt::Key_V, Qt::ControlModifier, QStringLiteral("v"));
     EXPECT_EQ(p->com_Timegap.text().size(), 40000);
@@ -422,18 +417,16 @@ TEST_F(Window, AProfileAndTheSameSettingsMadeByAnOperatorGiveTheSamePanel) {
         {"opt_Send_Only=true", "chkMode=true", "txtStep(0)=one", "txtTimeGap(0)=200", "txtStep(1)=two",
          "Opt_Cnn2=true"},
     };
-    const QRegularExpression line(QStringLiteral("^(\\w+)(?:\\((\\d)\\))?=(.*)$"));
     for (const QStringList& lines : cases) {
         SCOPED_TRACE(lines.join(u' ').toStdString());
         open();
         FrmSimulator byProfile(platform(mixed.dialogs)); // from the same saved settings as the window's
         byProfile.load();
         for (const QString& setting : lines) {
-            const auto parts = line.match(setting);
-            const QString text = parts.captured(3);
-            Control* control = p->find(parts.captured(1).toStdString(),
-                                       parts.captured(2).isEmpty() ? -1 : parts.captured(2).toInt());
-            ASSERT_NE(control, nullptr) << setting.toStdString();
+            const auto named = std::ranges::find(p->controls(), setting.section(u'=', 0, 0), &Control::name);
+            ASSERT_NE(named, p->controls().end()) << setting.toStdString();
+            Control* control = *named;
+            const QString text = setting.section(u'=', 1);
             if (text == QStringLiteral("true")) {
                 click(*control);
                 continue;

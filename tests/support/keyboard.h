@@ -9,8 +9,7 @@ namespace sim::test {
 
 // Keys typed into the model without a window: each goes through the box's character handler as the
 // view sends it, and a character it lets pass is applied as a single-line edit applies it (Backspace
-// takes the selection or else the character before the caret, 127 the word before it). Then the key
-// comes up.
+// takes the selection or else the character before the caret, 127 the word before it).
 class Keyboard {
 public:
     Keyboard(Panel& panel, Operator& op) : panel_(panel), op_(op) {}
