@@ -196,7 +196,6 @@ TEST_F(Window, TheAddressBoxesFollowTheOperatorsTabsDigitsClicksAndBackspaces) {
     form->op().select(box(0), 1, 1);
     key(Qt::Key_Backspace, Qt::NoModifier, QStringLiteral("\b"));
     EXPECT_EQ(box(0).text(), QStringLiteral("7"));
-    EXPECT_EQ(edit(box(0))->text(), QStringLiteral("7"));
     click(box(2));
     key(Qt::Key_End); // a key like any other: its release at length 1 moves nothing
     key(Qt::Key_Backspace, Qt::NoModifier, QStringLiteral("\b"));
@@ -275,7 +274,6 @@ TEST_F(Window, PastesAreAllowedWhereCtrlVIsTheMenusAlwaysAndALongTextArrivesWhol
     key(Qt::Key_Left);
     type(QStringLiteral("A"));
     key(Qt::Key_Backspace, Qt::ControlModifier); // a word's deletion is no hexadecimal key
-    EXPECT_EQ(p->txt_Data_Input.text().size(), 40001);
     EXPECT_EQ(p->txt_Data_Input.text().right(2), QStringLiteral("A7"));
     EXPECT_EQ(p->txt_Data_Input.selStart(), 40000);
     EXPECT_TRUE(mixed.dialogs.shown.empty()) << "no Overflow, and 1.5 passed the leaving test";
