@@ -267,9 +267,6 @@ TEST(Frame, ADisabledFrameBlocksTheOperatorAtAnyDepthButNotTheProgram) {
     f.p.Frame2.setEnabled(true);
     f.op.click(f.p.opt_Send_Only);
     EXPECT_TRUE(f.p.opt_Send_Only.value());
-
-    // chkMode lies over Frame10, disabled as designed, but belongs to fraBack: it stays usable.
-    EXPECT_TRUE(f.p.chkMode.takesInput());
     f.keys.type(f.p.txtStep(0), QStringLiteral("41"));
     EXPECT_EQ(f.p.txtStep(0).text(), QString()) << "a box in a disabled frame takes no typing";
     EXPECT_THROW(f.p.txtStep(0).setFocus(), RuntimeFailure);

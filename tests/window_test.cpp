@@ -303,7 +303,6 @@ TEST_F(Window, ClosingTheWindowWhileListeningUnwindsTheLoopAndEndsTheProgram) {
 
 struct RealDialogs : Window {
     qt::QtDialogs dialogs{mixed.gate};
-    int boxesShown = 0;
     QTimer poll;
     void SetUp() override {
         open(&dialogs);
@@ -324,7 +323,6 @@ struct RealDialogs : Window {
             for (QWidget* top : QApplication::topLevelWidgets()) {
                 if (auto* box = qobject_cast<QMessageBox*>(top); box != nullptr && box->isVisible()) {
                     poll.stop();
-                    ++boxesShown;
                     then(*box);
                     return;
                 }
@@ -371,7 +369,6 @@ TEST_F(RealDialogs, TheMessageOfALeavingTestHoldsTheFormUntilItClosesAndTheFocus
     });
     type(QStringLiteral("300")); // the third digit's release moves on; leaving box 3 fails its test
     const qint64 closedAt = clock.elapsed();
-    EXPECT_EQ(boxesShown, 1);
     EXPECT_TRUE(arrivals.empty());
     EXPECT_TRUE(ticks.empty());
     ASSERT_TRUE(pumpUntil(mixed.pump, [&] { return !arrivals.empty() && ticks.size() >= 2; }));
@@ -395,7 +392,6 @@ TEST_F(RealDialogs, ClosingTheWindowWhileAMessageBoxIsOpenEndsTheProgram) {
     QTimer::singleShot(0, &*view, [this] { type(QStringLiteral("300")); });
     // Were the close ignored, the loop would be ended after three seconds with 1.
     EXPECT_EQ(QApplication::exec(), 0);
-    EXPECT_EQ(boxesShown, 1);
     EXPECT_TRUE(mixed.pump.quitRequested());
     EXPECT_FALSE(view->isVisible());
     EXPECT_EQ(box(1).text(), QStringLiteral("300")) << "the handler went no further";
