@@ -172,7 +172,6 @@ TEST_F(Window, TheAddressBoxesFollowTheOperatorsTabsDigitsClicksAndBackspaces) {
     // and the Shift key's, coming up after it, on to box 2.
     key(Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_EQ(focused(), QStringLiteral("txt_Destination_IP(2)"));
-    EXPECT_EQ(edit(box(2))->selectedText(), QStringLiteral("100"));
 
     click(p->txt_Data_Input);
     click(box(0));
