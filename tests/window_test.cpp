@@ -374,7 +374,6 @@ TEST_F(RealDialogs, TheMessageOfALeavingTestHoldsTheFormUntilItClosesAndTheFocus
     timer->stop();
     EXPECT_LT(ticks.front() - closedAt, 25);
     EXPECT_GE(ticks.at(1) - ticks.front(), 65) << "not the phase it had, which would tick at 420";
-    EXPECT_EQ(box(3).text(), QString());
     ASSERT_EQ(focused(), QStringLiteral("txt_Destination_IP(3)"))
         << "the message box took it with no LostFocus";
     type(QStringLiteral("42"));
