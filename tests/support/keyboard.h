@@ -9,8 +9,7 @@ namespace sim::test {
 
 // Keys typed into the model without a window: each goes through the box's character handler as the
 // view sends it, and a character it lets pass is applied as a single-line edit applies it (Backspace
-// takes the selection or else the character before the caret, 127 the word before it). Then the key
-// comes up.
+// takes the selection or else the character before the caret, 127 the word before it).
 class Keyboard {
 public:
     Keyboard(Panel& panel, Operator& op) : panel_(panel), op_(op) {}
@@ -37,10 +36,11 @@ public:
             op_.edited(*box, text.replace(start, length, typed), start + 1);
         }
     }
-    // Press and release.
+    // The key coming up: only Backspace's has a key code a handler reads, 8 (also for 127, Ctrl+Backspace).
+    void release(QChar ch) { op_.keyUp(ch == u'\b' || ch == QChar(127) ? 8 : 0); }
     void key(QChar ch) {
         press(ch);
-        op_.keyUp(keyCodeFor(ch));
+        release(ch);
     }
     // The caret put behind the box's text (unless it holds the focus already), then each key in turn.
     void type(TextBox& box, const QString& text) {
@@ -54,8 +54,6 @@ public:
             key(ch);
         }
     }
-    // Backspace's key code for 8 and for 127 (Ctrl+Backspace); no handler tells the other keys apart.
-    static int keyCodeFor(QChar ch) { return ch == u'\b' || ch == QChar(127) ? 8 : 0; }
 
 private:
     Panel& panel_;

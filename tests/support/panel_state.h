@@ -18,7 +18,7 @@ inline QStringList panelState(const Panel& p) {
         } else if (const auto* check = dynamic_cast<const CheckBox*>(c)) {
             line += QStringLiteral(" value=%1").arg(static_cast<int>(check->value()));
         } else if (const auto* box = dynamic_cast<const TextBox*>(c)) {
-            line += QStringLiteral(" text='%1' back=%2").arg(box->text()).arg(box->backColor(), 0, 16);
+            line += QStringLiteral(" text='%2' back=%1").arg(box->backColor(), 0, 16).arg(box->text());
         } else if (const auto* combo = dynamic_cast<const ComboBox*>(c)) {
             line += QStringLiteral(" text='%1' back=%2 index=%3")
                         .arg(combo->text(), QString::number(combo->backColor(), 16),
@@ -35,10 +35,9 @@ inline QStringList panelState(const Panel& p) {
     return out;
 }
 
-// Facts about named controls, a word each, for tables of expectations: "+name" for an enabled control
-// and "-name" for a disabled one, then "=1" for the value of an option or a check box and "#FFFFFF" for
-// the back colour of a box. The answer reads the parts each word of `facts` asks for, in the same
-// words, so that it equals `facts` when every fact holds.
+// Facts about named controls, a word each: "+name" for an enabled control and "-name" for a disabled
+// one, then "=1" for the value of an option or a check box and "#FFFFFF" for a box's back colour. The
+// answer reads what each word asks for, in the same words: it equals `facts` when every fact holds.
 inline QString factsOf(const Panel& p, const QString& facts) {
     static const QRegularExpression word(QStringLiteral("^([+-]?)([^=#]+)(=?)[01]?(#?)"));
     const QStringList state = panelState(p);
