@@ -215,7 +215,8 @@ struct DeviceAsClient : DeviceAsServer {
     DeviceAsClient() { setUp({"opt_Client", "txt_Port=5000"}); }
     void connectAt(Ms when) {
         at(when, [this] {
-            if (!(client = sim.network.deviceConnects(5000))) {
+            client = sim.network.deviceConnects(5000);
+            if (!client) {
                 throw std::logic_error("nothing listens on the port the device dials");
             }
         });

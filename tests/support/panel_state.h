@@ -18,6 +18,7 @@ inline QStringList panelState(const Panel& p) {
         } else if (const auto* check = dynamic_cast<const CheckBox*>(c)) {
             line += QStringLiteral(" value=%1").arg(static_cast<int>(check->value()));
         } else if (const auto* box = dynamic_cast<const TextBox*>(c)) {
+            // The text goes in last, so that a "%1" it holds stays text.
             line += QStringLiteral(" text='%2' back=%1").arg(box->backColor(), 0, 16).arg(box->text());
         } else if (const auto* combo = dynamic_cast<const ComboBox*>(c)) {
             line += QStringLiteral(" text='%1' back=%2 index=%3")
