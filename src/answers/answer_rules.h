@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QRegularExpression>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+namespace sim::answers {
+
+// The panel's data format, in which a rule's pattern and reply are written.
+enum class Format { Ascii, Hex };
+enum class MatchKind { Exact, Starts, Contains, Regex };
+
+// One rule: what it looks for at the start of the bytes that wait for an answer, and what it sends.
+class Rule {
+public:
+    // The rule the texts make, or nothing and why in `error`.
+    static std::optional<Rule> make(Format format, MatchKind kind, const QString& when, const QString& send,
+                                    QString* error);
+
+    enum class Outcome { None, Partial, Whole };
+    struct Try {
+        Outcome outcome = Outcome::None;
+        qsizetype taken = 0;             // a whole match: the bytes it takes from the start
+        std::optional<QByteArray> reply; // a whole match: its reply, or nothing if it cannot be built
+    };
+    Try tryOn(const QByteArray& waiting) const;
+    bool isRegex() const { return kind_ == MatchKind::Regex; }
+
+private:
+    // A reply is literal parts and the groups of the pattern between them.
+    struct Piece {
+        QByteArray literal; // bytes (ASCII) or hexadecimal digits (Hex)
+        int group = 0;      // 1 to 9: what that group caught
+    };
+    std::optional<QByteArray> replyFor(const QRegularExpressionMatch& match) const;
+
+    Format format_ = Format::Ascii;
+    MatchKind kind_ = MatchKind::Exact;
+    QByteArray literal_;
+    QRegularExpression regex_;
+    std::vector<Piece> reply_;
+};
+
+// The bytes of a link that no rule has taken yet, and the rules tried on them.
+class AnswerStream {
+public:
+    static constexpr qsizetype kMostWaiting = 64 * 1024;
+
+    struct Action {
+        enum class Kind { Reply, Otherwise, FailedReply } kind;
+        QByteArray bytes; // the reply, or the bytes the panel's own answer is for
+    };
+    struct Outcome {
+        std::vector<Action> actions;
+        bool overflow = false; // the first time on this link that bytes had to be let go unmatched
+    };
+
+    explicit AnswerStream(const std::vector<Rule>& rules) : rules_(rules) {}
+
+    // An arrival: the answers it brings, in order.
+    Outcome feed(QByteArrayView arrival);
+    // The wait for the rest of a message ran out: one last try, then what still waits goes unmatched.
+    std::vector<Action> expire();
+    // The link ended: what waits is dropped unanswered.
+    void clear();
+    // A partial match holds bytes: the caller runs the wait.
+    bool holding() const { return !waiting_.isEmpty(); }
+
+private:
+    void decide(std::vector<Action>& out, bool last);
+
+    const std::vector<Rule>& rules_;
+    QByteArray waiting_;
+    qsizetype nextTry_ = 0; // a long partial match is tried again only once this much waits
+    bool overflowed_ = false;
+};
+
+} // namespace sim::answers
