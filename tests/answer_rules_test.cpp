@@ -59,7 +59,7 @@ TEST(AnswerStream, TheFirstRuleThatMatchesWhollyOrInPartDecidesOnTheStreamAsTcpC
         {Format::Ascii, line, {"PIX"}, {"panel PIX"}},
         {Format::Ascii, line, {"GET /a GET /b"}, {"reply OK"}},
         {Format::Ascii, line, {"G", "E", "T1"}, {"", "", "reply OK"}},
-        {Format::Ascii, line, {"xxER", "R yy"}, {"", "reply seen"}},
+        {Format::Ascii, line, {"xxER", "R yy"}, {"", "panel xx | reply seen"}},
         // The exact rule's partial match holds back the contains rule behind it.
         {Format::Ascii, {{Exact, "ABC", "1"}, {Contains, "B", "2"}}, {"AB", "~"}, {"", "panel AB"}},
         // A regex over the code page's characters; \xHH is the character of that byte.

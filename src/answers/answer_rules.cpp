@@ -117,7 +117,17 @@ bool endsInStartOf(const QByteArray& waiting, const QByteArray& pattern) {
 } // namespace
 
 std::optional<Rule> Rule::make(Format format, MatchKind kind, const QString& when, const QString& send,
-                               QString* error) {
+                               QString* error, bool* inReply) {
+    bool replyWrong = false;
+    auto rule = makeRule(format, kind, when, send, error, replyWrong);
+    if (inReply != nullptr) {
+        *inReply = replyWrong;
+    }
+    return rule;
+}
+
+std::optional<Rule> Rule::makeRule(Format format, MatchKind kind, const QString& when, const QString& send,
+                                   QString* error, bool& inReply) {
     Rule rule;
     rule.format_ = format;
     rule.kind_ = kind;
@@ -158,6 +168,7 @@ std::optional<Rule> Rule::make(Format format, MatchKind kind, const QString& whe
             return std::nullopt;
         }
     }
+    inReply = true;
     std::vector<int> groupAt;
     std::vector<QByteArray> parts;
     QByteArray literal;
@@ -205,15 +216,15 @@ Rule::Try Rule::tryOn(const QByteArray& waiting) const {
     case MatchKind::Exact:
     case MatchKind::Starts:
         if (waiting.startsWith(literal_)) {
-            return {Outcome::Whole, kind_ == MatchKind::Exact ? literal_.size() : waiting.size(),
+            return {Outcome::Whole, 0, kind_ == MatchKind::Exact ? literal_.size() : waiting.size(),
                     replyFor({})};
         }
-        return {literal_.startsWith(waiting) ? Outcome::Partial : Outcome::None, 0, std::nullopt};
+        return {literal_.startsWith(waiting) ? Outcome::Partial : Outcome::None, 0, 0, std::nullopt};
     case MatchKind::Contains:
-        if (waiting.contains(literal_)) {
-            return {Outcome::Whole, waiting.size(), replyFor({})};
+        if (const qsizetype at = waiting.indexOf(literal_); at >= 0) {
+            return {Outcome::Whole, at, waiting.size(), replyFor({})};
         }
-        return {endsInStartOf(waiting, literal_) ? Outcome::Partial : Outcome::None, 0, std::nullopt};
+        return {endsInStartOf(waiting, literal_) ? Outcome::Partial : Outcome::None, 0, 0, std::nullopt};
     case MatchKind::Regex:
         break;
     }
@@ -228,9 +239,9 @@ Rule::Try Rule::tryOn(const QByteArray& waiting) const {
         if (end == 0 || (hex && end % 2 != 0)) {
             return {};
         }
-        return {Outcome::Whole, hex ? end / 2 : end, replyFor(m)};
+        return {Outcome::Whole, 0, hex ? end / 2 : end, replyFor(m)};
     }
-    return {m.hasPartialMatch() ? Outcome::Partial : Outcome::None, 0, std::nullopt};
+    return {m.hasPartialMatch() ? Outcome::Partial : Outcome::None, 0, 0, std::nullopt};
 }
 
 AnswerStream::Outcome AnswerStream::feed(QByteArrayView arrival) {
@@ -277,6 +288,11 @@ void AnswerStream::decide(std::vector<Action>& out, bool last) {
                 return;
             }
             if (t.outcome == Rule::Outcome::Whole) {
+                // A `contains` rule matches further on: the bytes before its match were no message of
+                // its, and get their answer first.
+                if (t.skipped > 0) {
+                    out.push_back({Action::Kind::Otherwise, waiting_.left(t.skipped)});
+                }
                 out.push_back(t.reply ? Action{Action::Kind::Reply, *t.reply}
                                       : Action{Action::Kind::FailedReply, {}});
                 waiting_.remove(0, t.taken);

@@ -17,13 +17,15 @@ enum class MatchKind { Exact, Starts, Contains, Regex };
 // One rule: what it looks for at the start of the bytes that wait for an answer, and what it sends.
 class Rule {
 public:
-    // The rule the texts make, or nothing and why in `error`.
+    // The rule the texts make, or nothing and why in `error`; `inReply` tells whether the reply is wrong
+    // rather than the pattern.
     static std::optional<Rule> make(Format format, MatchKind kind, const QString& when, const QString& send,
-                                    QString* error);
+                                    QString* error, bool* inReply = nullptr);
 
     enum class Outcome { None, Partial, Whole };
     struct Try {
         Outcome outcome = Outcome::None;
+        qsizetype skipped = 0;           // a whole `contains` match: the bytes before it, unmatched
         qsizetype taken = 0;             // a whole match: the bytes it takes from the start
         std::optional<QByteArray> reply; // a whole match: its reply, or nothing if it cannot be built
     };
@@ -31,6 +33,8 @@ public:
     bool isRegex() const { return kind_ == MatchKind::Regex; }
 
 private:
+    static std::optional<Rule> makeRule(Format format, MatchKind kind, const QString& when, const QString& send,
+                                        QString* error, bool& inReply);
     // A reply is literal parts and the groups of the pattern between them.
     struct Piece {
         QByteArray literal; // bytes (ASCII) or hexadecimal digits (Hex)
@@ -77,6 +81,13 @@ private:
     QByteArray waiting_;
     qsizetype nextTry_ = 0; // a long partial match is tried again only once this much waits
     bool overflowed_ = false;
+};
+
+// The rules of a run and what becomes of the bytes none of them takes.
+struct AnswerSettings {
+    std::vector<Rule> rules; // none: the panel answers as it always has
+    bool otherwisePanel = true; // bytes no rule takes get the panel's own answer, or none
+    int waitMs = 50;            // for the rest of a message that has begun to match
 };
 
 } // namespace sim::answers
