@@ -33,8 +33,8 @@ public:
     bool isRegex() const { return kind_ == MatchKind::Regex; }
 
 private:
-    static std::optional<Rule> makeRule(Format format, MatchKind kind, const QString& when, const QString& send,
-                                        QString* error, bool& inReply);
+    static std::optional<Rule> makeRule(Format format, MatchKind kind, const QString& when,
+                                        const QString& send, QString* error, bool& inReply);
     // A reply is literal parts and the groups of the pattern between them.
     struct Piece {
         QByteArray literal; // bytes (ASCII) or hexadecimal digits (Hex)
@@ -85,7 +85,7 @@ private:
 
 // The rules of a run and what becomes of the bytes none of them takes.
 struct AnswerSettings {
-    std::vector<Rule> rules; // none: the panel answers as it always has
+    std::vector<Rule> rules;    // none: the panel answers as it always has
     bool otherwisePanel = true; // bytes no rule takes get the panel's own answer, or none
     int waitMs = 50;            // for the rest of a message that has begun to match
 };

@@ -269,7 +269,8 @@ std::optional<QString> Profile::check(const Panel& panel) const {
         if (answerKey(entry.key)) {
             if (const auto at = controlCharacterAt(entry.value)) {
                 return where(entry) +
-                       QStringLiteral(": character %1 is a control character; write it as an escape such as \\r")
+                       QStringLiteral(
+                           ": character %1 is a control character; write it as an escape such as \\r")
                            .arg(*at + 1);
             }
             continue;
@@ -357,6 +358,11 @@ std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* a
             return wrong;
         }
     }
+    // The answer rules are read in the data format the options chose, before any text is written.
+    answers::AnswerSettings settings;
+    if (auto wrong = readAnswers(panel, settings)) {
+        return wrong;
+    }
     // Every text must pass its box's filter before any is written (check() refused control characters).
     for (const auto& [entry, control] : named) {
         if (control->kind() != Kind::TextBox) {
@@ -394,13 +400,18 @@ std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* a
                                                   "stays selected");
         }
     }
-    answers::AnswerSettings settings;
-    if (auto wrong = readAnswers(panel, settings)) {
-        return wrong;
-    }
     if (answers != nullptr) {
         *answers = std::move(settings);
     }
+    return std::nullopt;
+}
+
+std::optional<QString> Profile::applyTo(FrmSimulator& form) const {
+    answers::AnswerSettings answers;
+    if (auto wrong = applyTo(form.panel(), &answers)) {
+        return wrong;
+    }
+    form.link().rules().configure(std::move(answers));
     return std::nullopt;
 }
 
@@ -417,13 +428,21 @@ std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerS
             continue;
         }
         if (key->rule > kMostRules) {
-            return where(entry) + QStringLiteral(": more than %1 rules; answer1 to answer%1 can be set")
-                                      .arg(kMostRules);
+            return where(entry) +
+                   QStringLiteral(": more than %1 rules; answer1 to answer%1 can be set").arg(kMostRules);
+        }
+        if (key->field == QLatin1String("match") &&
+            std::none_of(std::begin(kMatchKinds), std::end(kMatchKinds),
+                         [&](const auto& k) { return entry.value == QLatin1String(k.first); })) {
+            return where(entry) +
+                   QStringLiteral(": '%1' is no kind of match; use exact, starts, contains or regex")
+                       .arg(entry.value);
         }
         if (key->rule > 0) {
             RuleEntries& r = rules[key->rule];
-            (key->field == QLatin1String("when") ? r.when : key->field == QLatin1String("match") ? r.match
-                                                                                               : r.send) = &entry;
+            (key->field == QLatin1String("when")    ? r.when
+             : key->field == QLatin1String("match") ? r.match
+                                                    : r.send) = &entry;
         } else if (key->field == QLatin1String("otherwise")) {
             if (entry.value != QLatin1String("panel") && entry.value != QLatin1String("none")) {
                 return where(entry) + QStringLiteral(": '%1' is neither panel nor none").arg(entry.value);
@@ -433,9 +452,10 @@ std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerS
             bool number = false;
             const int ms = entry.value.toInt(&number);
             if (!number || ms < 1 || ms > kLongestWaitMs) {
-                return where(entry) + QStringLiteral(": '%1' is no wait; give whole milliseconds from 1 to %2")
-                                          .arg(entry.value)
-                                          .arg(kLongestWaitMs);
+                return where(entry) +
+                       QStringLiteral(": '%1' is no wait; give whole milliseconds from 1 to %2")
+                           .arg(entry.value)
+                           .arg(kLongestWaitMs);
             }
             out.waitMs = ms;
         }
@@ -445,24 +465,21 @@ std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerS
     for (const auto& [number, r] : rules) {
         const Entry& any = *(r.when != nullptr ? r.when : r.match != nullptr ? r.match : r.send);
         if (number != expected) {
-            return where(any) + QStringLiteral(": answer%1 is missing; the rules are numbered from 1 without a "
-                                               "gap")
-                                    .arg(expected);
+            return where(any) +
+                   QStringLiteral(": answer%1 is missing; the rules are numbered from 1 without a "
+                                  "gap")
+                       .arg(expected);
         }
         ++expected;
         if (r.when == nullptr || r.send == nullptr) {
-            return where(any) + QStringLiteral(": a rule needs both answer%1.when and answer%1.send").arg(number);
+            return where(any) +
+                   QStringLiteral(": a rule needs both answer%1.when and answer%1.send").arg(number);
         }
         auto kind = answers::MatchKind::Exact;
-        if (r.match != nullptr) {
-            const auto* known = std::find_if(std::begin(kMatchKinds), std::end(kMatchKinds),
-                                             [&](const auto& k) { return r.match->value == QLatin1String(k.first); });
-            if (known == std::end(kMatchKinds)) {
-                return where(*r.match) +
-                       QStringLiteral(": '%1' is no kind of match; use exact, starts, contains or regex")
-                           .arg(r.match->value);
+        for (const auto& [name, k] : kMatchKinds) {
+            if (r.match != nullptr && r.match->value == QLatin1String(name)) {
+                kind = k;
             }
-            kind = known->second;
         }
         QString why;
         bool inReply = false;

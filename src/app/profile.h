@@ -1,6 +1,7 @@
 #pragma once
 
 #include "answers/answer_rules.h"
+#include "app/frm_simulator.h"
 #include "panel/panel.h"
 
 #include <QString>
@@ -38,6 +39,8 @@ public:
     //
     // Then the answer rules are read in the data format the panel has now, into `answers` when given.
     std::optional<QString> applyTo(Panel& panel, answers::AnswerSettings* answers = nullptr) const;
+    // The same on the form's panel, its answer rules handed to the form's link.
+    std::optional<QString> applyTo(FrmSimulator& form) const;
 
     // The panel's values of every key as a profile, with the answer rules `rules` set (none: their keys
     // as comments).

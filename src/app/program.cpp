@@ -35,21 +35,14 @@ Platform withDialogs(const Platform& p, Dialogs& dialogs) {
 }
 
 // The profile applied to the loaded form, its answer rules handed to the link, or what is wrong with it.
-std::optional<QString> applyProfile(const QString& path, FrmSimulator& form, std::optional<Profile>& profile) {
+std::optional<QString> applyProfile(const QString& path, FrmSimulator& form,
+                                    std::optional<Profile>& profile) {
     if (path.isEmpty()) {
         return std::nullopt;
     }
     QString error;
     profile = Profile::load(path, &error);
-    if (!profile) {
-        return error;
-    }
-    answers::AnswerSettings answers;
-    if (auto wrong = profile->applyTo(form.panel(), &answers)) {
-        return wrong;
-    }
-    form.link().rules().configure(std::move(answers));
-    return std::nullopt;
+    return profile ? profile->applyTo(form) : error;
 }
 
 void problem(const QString& text) {

@@ -17,7 +17,8 @@ void RuleAnswers::configure(answers::AnswerSettings settings) {
 }
 
 bool RuleAnswers::linkGone() const {
-    return socket_ == nullptr || socket_->linkNumber() != link_ || socket_->state() != socket_state::kConnected;
+    return socket_ == nullptr || socket_->linkNumber() != link_ ||
+           socket_->state() != socket_state::kConnected;
 }
 
 void RuleAnswers::arrival(Socket& socket, const Bytes& received, bool closing) {
