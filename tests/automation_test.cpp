@@ -142,7 +142,8 @@ protected:
             while (got.size() < reply.size() && peer->waitForReadyRead(int(deadline.remainingTime()))) {
                 got += peer->readAll();
             }
-            ASSERT_EQ(got.toHex(' '), reply.toHex(' ')) << "after " << said.join().toHex(' ').data();
+            ASSERT_EQ(got.toHex(' ').toStdString(), reply.toHex(' ').toStdString())
+                << "after " << said.join().toHex(' ').data();
         }
         EXPECT_FALSE(peer->waitForReadyRead(200)) << peer->readAll().toHex(' ').data();
         process.terminate();
