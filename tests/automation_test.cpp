@@ -94,7 +94,7 @@ protected:
     QTcpSocket client;          // the test as the client when the program listens
     QTcpSocket* peer = nullptr; // whichever of them talks to the program
 
-    // Starts the program, quiet, on the README's example profile `name`, on a port of the test's and with
+    // Starts the program on the README's example profile `name`, on a port of the test's and with
     // 127.0.0.1 in the address boxes, whatever the example has there; then connects `peer` to it.
     void startExample(const char* name) {
         QFile readme(QStringLiteral(SIM_README));
@@ -117,10 +117,10 @@ protected:
         }
         // Only ever 127.0.0.1: the example's own address must never be dialled.
         ASSERT_EQ(profile.filter(QLatin1String("_IP(")), destination(port).mid(0, 4));
-        start(profile, {QStringLiteral("--start"), QStringLiteral("--quiet")});
+        start(profile, {QStringLiteral("--start")});
         peer = listens ? &client : (device.waitForNewConnection(5000), device.nextPendingConnection());
-        for (const QDeadlineTimer deadline(5000);
-             listens && !client.waitForConnected(1000) && !deadline.hasExpired();
+        for (const QDeadlineTimer until(5000);
+             listens && !client.waitForConnected(1000) && !until.hasExpired();
              QThread::msleep(20)) { // until the program listens
             client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
         }
@@ -128,15 +128,19 @@ protected:
         peer->setSocketOption(QAbstractSocket::LowDelayOption, 1); // a piece goes at once, not after an ack
     }
 
-    // Rows of what the test sends (each piece a write of its own once the one before has left) and the
+    // Rows of what is sent, each piece once the program has shown the one before as an arrival, and of the
     // reply that must come, within 5 s in all; then nothing more, and SIGTERM ends the program with 0.
     using Talk = std::vector<std::pair<QList<QByteArray>, QByteArray>>;
     void talk(const Talk& rows) {
         const QDeadlineTimer deadline(5000);
+        qsizetype arrivals = 0;
         for (const auto& [said, reply] : rows) {
             for (const QByteArray& piece : said) {
                 peer->write(piece);
                 peer->waitForBytesWritten(1000);
+                for (++arrivals; out.count("] : Recv [") < arrivals && process.waitForReadyRead(100);) {
+                    out += process.readAllStandardOutput();
+                }
             }
             QByteArray got; // and whatever more came
             while (got.size() < reply.size() && peer->waitForReadyRead(int(deadline.remainingTime()))) {
@@ -251,9 +255,9 @@ TEST_F(Program, TheModbusExampleAnswersTwoHundredPollsEachWithItsOwnIds) {
         if (i % 10 == 0 && i > 0) { // in one write with the one before
             polls.back().first.front() += request;
             polls.back().second += reply;
-        } else {
-            const qsizetype cut = i % 10 == 7 ? 1 + i % 11 : request.size(); // in two writes, cut anywhere
-            polls.push_back({{request.left(cut), request.mid(cut)}, reply});
+        } else { // some in two writes, cut anywhere
+            const QByteArrayList cut{request.left(1 + i % 11), request.mid(1 + i % 11)};
+            polls.push_back({i % 10 == 7 ? cut : QByteArrayList{request}, reply});
         }
     }
     talk(polls);
@@ -261,17 +265,14 @@ TEST_F(Program, TheModbusExampleAnswersTwoHundredPollsEachWithItsOwnIds) {
 
 TEST_F(Program, TheLineExampleAnswersEachCommandInOrderHoweverItIsCutOrGlued) {
     ASSERT_NO_FATAL_FAILURE(startExample("lines"));
-    const QByteArray unknown = "-ERR unknown command\r\n";
     talk({{{"PING\r\n"}, "+PONG\r\n"},
           {{"ECHO hello world\r\n"}, "hello world\r\n"},
-          {{"FOO\r\n"}, unknown},
-          {{"PI", "NG\r\n"}, "+PONG\r\n"},
-          {{"PING\r", "\n"}, "+PONG\r\n"},
-          {{"ECHO hel", "lo\r\n"}, "hello\r\n"},
+          {{"FOO\r\n"}, "-ERR unknown command\r\n"},
+          {{"PI", "NG\r", "\n"}, "+PONG\r\n"},
+          {{"ECHO \r\nECHO hel", "lo\r\n"}, "\r\nhello\r\n"},
           {{"ECHO a\r\nPING\r\n"}, "a\r\n+PONG\r\n"},
-          {{"FOO\r\nECHO b\r\n"}, unknown + "b\r\n"},
-          {{"PINGPONG\r\n", "ping\r\n"}, unknown + unknown},
-          {{"ECHO \r\n"}, "\r\n"}});
+          {{"FOO\r\nECHO b\r\n"}, "-ERR unknown command\r\nb\r\n"},
+          {{"PINGPONG\r\n", "ping\r\n"}, "-ERR unknown command\r\n-ERR unknown command\r\n"}});
 }
 
 TEST_F(Program, TheStartsExampleDialsAndAnswersAStatusRequestAndEchoesTheRest) {
