@@ -149,6 +149,7 @@ protected:
             ASSERT_EQ(got.toHex(' ').toStdString(), reply.toHex(' ').toStdString())
                 << "after " << said.join().toHex(' ').data();
         }
+        EXPECT_FALSE(deadline.hasExpired()) << "slower than 5 s in all";
         EXPECT_FALSE(peer->waitForReadyRead(200)) << peer->readAll().toHex(' ').data();
         process.terminate();
         EXPECT_EQ(finish(5000), 0);
