@@ -8,7 +8,6 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -118,12 +117,11 @@ protected:
         // Only ever 127.0.0.1: the example's own address must never be dialled.
         ASSERT_EQ(profile.filter(QLatin1String("_IP(")), destination(port).mid(0, 4));
         start(profile, {QStringLiteral("--start")});
-        peer = listens ? &client : (device.waitForNewConnection(5000), device.nextPendingConnection());
-        for (const QDeadlineTimer until(5000);
-             listens && !client.waitForConnected(1000) && !until.hasExpired();
-             QThread::msleep(20)) { // until the program listens
+        if (listens && shows(out, "] : Listen..")) { // it listens once it shows so
             client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
         }
+        peer = listens ? &client : (device.waitForNewConnection(5000), device.nextPendingConnection());
+        client.waitForConnected(5000);
         ASSERT_TRUE(peer && peer->state() == QAbstractSocket::ConnectedState);
         peer->setSocketOption(QAbstractSocket::LowDelayOption, 1); // a piece goes at once, not after an ack
     }
