@@ -4,7 +4,7 @@
 //   (a) by the typed payload, no rules: the reference;
 //   (b) by one regex rule whose reply carries the request's transaction id and unit id;
 //   (c) by 32 rules of which only the last, the rule of (b), matches: the 31 before it differ from
-//       the request at its third byte, once as exact patterns and once as regexes.
+//       the request at its fourth byte, once as exact patterns and once as regexes.
 // Every reply is checked byte for byte, its transaction id included; a wrong one ends the benchmark.
 // Then the matcher alone, fed one byte at a time: a regex `A.*B` over an `A` and 65,535 other bytes.
 // The whole run ends with a message after two minutes.
@@ -105,7 +105,7 @@ AnswerSettings settingsFor(Answering how) {
     if (how == Answering::Typed) {
         return settings;
     }
-    // Each filler asks for protocol id 00nn, nn from 01: requests carry 0000, so it fails at byte 3.
+    // Each filler asks for protocol id 00nn, nn from 01: requests carry 0000, so it fails at the fourth byte.
     for (int n = 1; n <= 31 && how != Answering::OneRule; ++n) {
         const QString protocol = QStringLiteral("00%1").arg(n, 2, 16, QLatin1Char('0')).toUpper();
         if (how == Answering::LastOfExact) {
