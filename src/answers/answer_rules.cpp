@@ -7,9 +7,23 @@
 namespace sim::answers {
 namespace {
 
-// A partial match of a regex over this many bytes is tried again only once the bytes have grown by an
-// eighth: trying at every arrival would cost the square of the message's length.
+// A partial match of a regex over this many bytes is tried again only once the bytes have grown by a
+// sixteenth, or an arrival brings as many bytes: trying at every arrival would cost the square of the
+// message's length when it comes a few bytes at a time.
 constexpr qsizetype kShortMessage = 1024;
+
+// The bytes as a hexadecimal regex reads them: two upper-case digits a byte.
+QString hexDigits(const QByteArray& bytes) {
+    static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+    QString out(bytes.size() * 2, Qt::Uninitialized);
+    QChar* at = out.data();
+    for (const char b : bytes) {
+        const auto u = static_cast<unsigned char>(b);
+        *at++ = QChar(kDigits[u >> 4]);
+        *at++ = QChar(kDigits[u & 15]);
+    }
+    return out;
+}
 
 int hexDigit(QChar c) {
     const char16_t u = c.unicode();
@@ -211,7 +225,7 @@ std::optional<QByteArray> Rule::replyFor(const QRegularExpressionMatch& match) c
     return QByteArray::fromHex(out);
 }
 
-Rule::Try Rule::tryOn(const QByteArray& waiting) const {
+Rule::Try Rule::tryOn(const QByteArray& waiting, QString& subject) const {
     switch (kind_) {
     case MatchKind::Exact:
     case MatchKind::Starts:
@@ -229,8 +243,9 @@ Rule::Try Rule::tryOn(const QByteArray& waiting) const {
         break;
     }
     const bool hex = format_ == Format::Hex;
-    const QString subject =
-        hex ? QString::fromLatin1(waiting.toHex().toUpper()) : code_page::fromAnsi(waiting);
+    if (subject.isEmpty()) {
+        subject = hex ? hexDigits(waiting) : code_page::fromAnsi(waiting);
+    }
     const QRegularExpressionMatch m = regex_.match(subject, 0, QRegularExpression::PartialPreferCompleteMatch,
                                                    QRegularExpression::AnchorAtOffsetMatchOption);
     if (m.hasMatch()) {
@@ -254,7 +269,7 @@ AnswerStream::Outcome AnswerStream::feed(QByteArrayView arrival) {
         out.overflow = !std::exchange(overflowed_, true);
         nextTry_ = 0;
     }
-    if (waiting_.size() >= nextTry_) {
+    if (waiting_.size() >= nextTry_ || arrival.size() >= kShortMessage) {
         decide(out.actions, false);
     }
     return out;
@@ -277,14 +292,15 @@ void AnswerStream::clear() {
 void AnswerStream::decide(std::vector<Action>& out, bool last) {
     while (!waiting_.isEmpty()) {
         bool taken = false;
+        QString subject;
         for (const Rule& rule : rules_) {
-            const Rule::Try t = rule.tryOn(waiting_);
+            const Rule::Try t = rule.tryOn(waiting_, subject);
             if (t.outcome == Rule::Outcome::Partial) {
                 if (last) {
                     break;
                 }
                 const bool longRegex = rule.isRegex() && waiting_.size() >= kShortMessage;
-                nextTry_ = longRegex ? waiting_.size() + waiting_.size() / 8 : 0;
+                nextTry_ = longRegex ? waiting_.size() + waiting_.size() / 16 : 0;
                 return;
             }
             if (t.outcome == Rule::Outcome::Whole) {

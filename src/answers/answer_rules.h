@@ -29,7 +29,13 @@ public:
         qsizetype taken = 0;             // a whole match: the bytes it takes from the start
         std::optional<QByteArray> reply; // a whole match: its reply, or nothing if it cannot be built
     };
-    Try tryOn(const QByteArray& waiting) const;
+    // `subject` is what a regex runs over: built from `waiting` by the first regex rule that needs it,
+    // shared by the rules after it.
+    Try tryOn(const QByteArray& waiting, QString& subject) const;
+    Try tryOn(const QByteArray& waiting) const {
+        QString subject;
+        return tryOn(waiting, subject);
+    }
     bool isRegex() const { return kind_ == MatchKind::Regex; }
 
 private:
