@@ -511,15 +511,15 @@ QString Profile::print(const Panel& panel, const Profile* rules) {
     out += QStringLiteral(
         "; Answers by rule (see the README): answer1 to answer32, each with .when, .match (exact, starts,\n"
         "; contains or regex) and .send; answer.otherwise (panel or none) and answer.wait (milliseconds).\n");
-    std::map<QString, const Entry*> set;
+    std::map<QString, QString> set;
     for (const Entry& entry : rules != nullptr ? rules->entries_ : std::vector<Entry>{}) {
         if (answerKey(entry.key)) {
-            set.emplace(entry.key, &entry);
+            set.emplace(entry.key, entry.value);
         }
     }
     const auto line = [&](const QString& key, const char* otherwise) {
         const auto it = set.find(key);
-        out += it != set.end() ? key + QLatin1Char('=') + quoted(it->second->value) + QLatin1Char('\n')
+        out += it != set.end() ? key + QLatin1Char('=') + quoted(it->second) + QLatin1Char('\n')
                                : QStringLiteral("; ") + key + QLatin1Char('=') + QLatin1String(otherwise) +
                                      QLatin1Char('\n');
     };
