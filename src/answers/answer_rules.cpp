@@ -107,7 +107,8 @@ QString asciiRegex(const QString& pattern) {
             hexDigit(pattern[i + 2]) >= 0 && hexDigit(pattern[i + 3]) >= 0) {
             const auto byte =
                 static_cast<std::uint8_t>(hexDigit(pattern[i + 2]) * 16 + hexDigit(pattern[i + 3]));
-            out += QRegularExpression::escape(QString(code_page::fromAnsiByte(byte)));
+            // In PCRE's own form: a NUL escaped as \0 would read the digits after it as octal.
+            out += QStringLiteral("\\x{%1}").arg(code_page::fromAnsiByte(byte).unicode(), 0, 16);
             i += 3;
         } else if (pattern[i] == u'\\' && i + 1 < pattern.size()) {
             out += pattern.mid(i, 2);
@@ -119,14 +120,24 @@ QString asciiRegex(const QString& pattern) {
     return out;
 }
 
-bool endsInStartOf(const QByteArray& waiting, const QByteArray& pattern) {
-    for (qsizetype n = std::min(waiting.size(), pattern.size() - 1); n > 0; --n) {
-        if (waiting.endsWith(QByteArrayView(pattern).first(n))) {
-            return true;
+// The longest proper end of each beginning of the pattern that also begins it (the failure links of a
+// Knuth-Morris-Pratt search), so that the ends of the waiting bytes that begin a `contains` pattern are
+// found without comparing each again.
+std::vector<qsizetype> bordersOf(const QByteArray& pattern) {
+    std::vector<qsizetype> border(pattern.size(), 0);
+    for (qsizetype i = 1, k = 0; i < pattern.size(); ++i) {
+        while (k > 0 && pattern[i] != pattern[k]) {
+            k = border[k - 1];
         }
+        k += pattern[i] == pattern[k] ? 1 : 0;
+        border[i] = k;
     }
-    return false;
+    return border;
 }
+
+// A try of a regex gives up past this many steps of its own and counts as no match, so that no pattern
+// can hold the panel's thread for long on any bytes.
+constexpr const char* kRegexLimit = "(*LIMIT_MATCH=200000)";
 
 } // namespace
 
@@ -156,7 +167,8 @@ std::optional<Rule> Rule::makeRule(Format format, MatchKind kind, const QString&
             format == Format::Hex
                 ? QRegularExpression::CaseInsensitiveOption | QRegularExpression::ExtendedPatternSyntaxOption
                 : QRegularExpression::NoPatternOption;
-        rule.regex_ = QRegularExpression(format == Format::Hex ? when : asciiRegex(when), options);
+        rule.regex_ = QRegularExpression(
+            QLatin1String(kRegexLimit) + (format == Format::Hex ? when : asciiRegex(when)), options);
         if (!rule.regex_.isValid()) {
             *error = QStringLiteral("the pattern does not compile: %1").arg(rule.regex_.errorString());
             return std::nullopt;
@@ -181,6 +193,7 @@ std::optional<Rule> Rule::makeRule(Format format, MatchKind kind, const QString&
             *error = QStringLiteral("the pattern is empty");
             return std::nullopt;
         }
+        rule.border_ = bordersOf(rule.literal_);
     }
     inReply = true;
     std::vector<int> groupAt;
@@ -225,27 +238,51 @@ std::optional<QByteArray> Rule::replyFor(const QRegularExpressionMatch& match) c
     return QByteArray::fromHex(out);
 }
 
-Rule::Try Rule::tryOn(const QByteArray& waiting, QString& subject) const {
+Rule::Try Rule::tryOn(Pass& pass, Pass::Seen& seen) const {
+    const QByteArrayView rest = QByteArrayView(pass.all).sliced(pass.from);
     switch (kind_) {
     case MatchKind::Exact:
     case MatchKind::Starts:
-        if (waiting.startsWith(literal_)) {
-            return {Outcome::Whole, 0, kind_ == MatchKind::Exact ? literal_.size() : waiting.size(),
+        if (rest.startsWith(literal_)) {
+            return {Outcome::Whole, 0, kind_ == MatchKind::Exact ? literal_.size() : rest.size(),
                     replyFor({})};
         }
-        return {literal_.startsWith(waiting) ? Outcome::Partial : Outcome::None, 0, 0, std::nullopt};
+        return {QByteArrayView(literal_).startsWith(rest) ? Outcome::Partial : Outcome::None, 0, 0,
+                std::nullopt};
     case MatchKind::Contains:
-        if (const qsizetype at = waiting.indexOf(literal_); at >= 0) {
-            return {Outcome::Whole, at, waiting.size(), replyFor({})};
+        // Where the pattern is next found only moves on as the pass does, and what waits ends the same.
+        if (seen.found == -2 || (seen.found >= 0 && seen.found < pass.from)) {
+            seen.found = pass.all.indexOf(literal_, pass.from);
         }
-        return {endsInStartOf(waiting, literal_) ? Outcome::Partial : Outcome::None, 0, 0, std::nullopt};
+        if (seen.found >= 0) {
+            return {Outcome::Whole, seen.found - pass.from, rest.size(), replyFor({})};
+        }
+        if (seen.tail < 0) {
+            seen.tail = 0;
+            for (qsizetype i = std::max<qsizetype>(0, pass.all.size() - literal_.size()); i < pass.all.size();
+                 ++i) {
+                while (seen.tail > 0 &&
+                       (seen.tail == literal_.size() || pass.all[i] != literal_[seen.tail])) {
+                    seen.tail = border_[seen.tail - 1];
+                }
+                seen.tail += pass.all[i] == literal_[seen.tail] ? 1 : 0;
+            }
+            seen.tail = seen.tail == literal_.size() ? border_[seen.tail - 1] : seen.tail;
+        }
+        for (qsizetype n = seen.tail; n > 0; n = border_[n - 1]) {
+            if (n <= rest.size()) {
+                return {Outcome::Partial, 0, 0, std::nullopt};
+            }
+        }
+        return {};
     case MatchKind::Regex:
         break;
     }
     const bool hex = format_ == Format::Hex;
-    if (subject.isEmpty()) {
-        subject = hex ? hexDigits(waiting) : code_page::fromAnsi(waiting);
+    if (pass.text.isNull()) {
+        pass.text = hex ? hexDigits(pass.all) : code_page::fromAnsi(pass.all);
     }
+    const QStringView subject = QStringView(pass.text).sliced(hex ? 2 * pass.from : pass.from);
     const QRegularExpressionMatch m = regex_.match(subject, 0, QRegularExpression::PartialPreferCompleteMatch,
                                                    QRegularExpression::AnchorAtOffsetMatchOption);
     if (m.hasMatch()) {
@@ -262,14 +299,14 @@ Rule::Try Rule::tryOn(const QByteArray& waiting, QString& subject) const {
 AnswerStream::Outcome AnswerStream::feed(QByteArrayView arrival) {
     Outcome out;
     waiting_.append(arrival);
+    fedSinceTry_ += arrival.size();
     if (waiting_.size() > kMostWaiting) {
         const qsizetype excess = waiting_.size() - kMostWaiting;
         out.actions.push_back({Action::Kind::Otherwise, waiting_.left(excess)});
         waiting_.remove(0, excess);
         out.overflow = !std::exchange(overflowed_, true);
-        nextTry_ = 0;
     }
-    if (waiting_.size() >= nextTry_ || arrival.size() >= kShortMessage) {
+    if (fedSinceTry_ >= tryAfter_ || arrival.size() >= kShortMessage) {
         decide(out.actions, false);
     }
     return out;
@@ -283,44 +320,49 @@ std::vector<AnswerStream::Action> AnswerStream::expire() {
 
 void AnswerStream::clear() {
     waiting_.clear();
-    nextTry_ = 0;
+    fedSinceTry_ = tryAfter_ = 0;
     overflowed_ = false;
 }
 
 // The first rule in order that matches wholly or in part decides; bytes no rule can take get the
-// panel's own answer, together.
+// panel's own answer, together. The decided bytes leave at the end of the pass, all at once.
 void AnswerStream::decide(std::vector<Action>& out, bool last) {
-    while (!waiting_.isEmpty()) {
-        bool taken = false;
-        QString subject;
-        for (const Rule& rule : rules_) {
-            const Rule::Try t = rule.tryOn(waiting_, subject);
-            if (t.outcome == Rule::Outcome::Partial) {
-                if (last) {
-                    break;
-                }
-                const bool longRegex = rule.isRegex() && waiting_.size() >= kShortMessage;
-                nextTry_ = longRegex ? waiting_.size() + waiting_.size() / 16 : 0;
-                return;
+    Rule::Pass pass(waiting_, rules_.size());
+    fedSinceTry_ = tryAfter_ = 0;
+    while (pass.from < waiting_.size()) {
+        const QByteArrayView rest = QByteArrayView(waiting_).sliced(pass.from);
+        std::optional<Rule::Try> decided;
+        for (std::size_t i = 0; i < rules_.size() && !decided; ++i) {
+            const Rule::Try t = rules_[i].tryOn(pass, pass.seen[i]);
+            if (t.outcome != Rule::Outcome::None) {
+                decided = t;
             }
-            if (t.outcome == Rule::Outcome::Whole) {
-                // A `contains` rule matches further on: the bytes before its match were no message of
-                // its, and get their answer first.
-                if (t.skipped > 0) {
-                    out.push_back({Action::Kind::Otherwise, waiting_.left(t.skipped)});
-                }
-                out.push_back(t.reply ? Action{Action::Kind::Reply, *t.reply}
-                                      : Action{Action::Kind::FailedReply, {}});
-                waiting_.remove(0, t.taken);
-                taken = true;
-                break;
+            // A long regex waiting in part is tried again once what waits has grown by a sixteenth.
+            if (t.outcome == Rule::Outcome::Partial && rules_[i].isRegex() && rest.size() >= kShortMessage) {
+                tryAfter_ = rest.size() / 16;
             }
         }
-        if (!taken) {
-            out.push_back({Action::Kind::Otherwise, std::exchange(waiting_, {})});
+        if (decided && decided->outcome == Rule::Outcome::Partial && !last) {
+            break;
         }
+        if (!decided || decided->outcome == Rule::Outcome::Partial) {
+            out.push_back({Action::Kind::Otherwise, rest.toByteArray()});
+            pass.from = waiting_.size();
+            break;
+        }
+        // A `contains` rule matches further on: the bytes before its match were no message of its, and
+        // get their answer first.
+        if (decided->skipped > 0) {
+            out.push_back({Action::Kind::Otherwise, rest.first(decided->skipped).toByteArray()});
+        }
+        out.push_back(decided->reply ? Action{Action::Kind::Reply, *decided->reply}
+                                     : Action{Action::Kind::FailedReply, {}});
+        pass.from += decided->taken;
     }
-    nextTry_ = 0;
+    waiting_.remove(0, pass.from);
+    if (waiting_.isEmpty()) {
+        tryAfter_ = 0;
+    }
 }
 
 } // namespace sim::answers

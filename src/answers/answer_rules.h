@@ -29,12 +29,24 @@ public:
         qsizetype taken = 0;             // a whole match: the bytes it takes from the start
         std::optional<QByteArray> reply; // a whole match: its reply, or nothing if it cannot be built
     };
-    // `subject` is what a regex runs over: built from `waiting` by the first regex rule that needs it,
-    // shared by the rules after it.
-    Try tryOn(const QByteArray& waiting, QString& subject) const;
+    // One pass of the rules over the bytes that wait, from `from` on: what the tries share, so that a
+    // pass over many messages reads the bytes about once.
+    struct Pass {
+        explicit Pass(const QByteArray& bytes, std::size_t rules) : all(bytes), seen(rules) {}
+        const QByteArray& all;
+        qsizetype from = 0; // the bytes before it are decided
+        QString text;       // what a regex reads of `all`, built by the first regex rule that needs it
+        struct Seen {
+            qsizetype found = -2; // a `contains` pattern's next place at or after `from`; -1 none, -2 unknown
+            qsizetype tail = -1;  // the longest end of `all` that begins the pattern; -1 unknown
+        };
+        std::vector<Seen> seen; // one a rule
+    };
+    Try tryOn(Pass& pass, Pass::Seen& seen) const;
+    // A try on these bytes alone.
     Try tryOn(const QByteArray& waiting) const {
-        QString subject;
-        return tryOn(waiting, subject);
+        Pass pass(waiting, 1);
+        return tryOn(pass, pass.seen.front());
     }
     bool isRegex() const { return kind_ == MatchKind::Regex; }
 
@@ -51,6 +63,8 @@ private:
     Format format_ = Format::Ascii;
     MatchKind kind_ = MatchKind::Exact;
     QByteArray literal_;
+    std::vector<qsizetype> border_; // `contains`: the longest proper end of each beginning of the pattern
+                                    // that also begins it
     QRegularExpression regex_;
     std::vector<Piece> reply_;
 };
@@ -85,7 +99,8 @@ private:
 
     const std::vector<Rule>& rules_;
     QByteArray waiting_;
-    qsizetype nextTry_ = 0; // a long partial match is tried again only once this much waits
+    qsizetype fedSinceTry_ = 0; // a long partial match is tried again once this many bytes came
+    qsizetype tryAfter_ = 0;
     bool overflowed_ = false;
 };
 
