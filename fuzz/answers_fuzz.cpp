@@ -205,10 +205,13 @@ void checkKnown(const Rule& rule, MatchKind kind, const QByteArray& literal,
         // The start of a message is a message begun, whatever the kind.
         check(rule.tryOn(literal.first(literal.size() - 1)).outcome == Rule::Outcome::Partial);
     }
-    if (kind != MatchKind::Contains) {
-        // A byte before the message: no rule but `contains` looks further on.
+    if (!literal.startsWith('\x7F')) {
+        // A byte before the message: `contains` leaves it to the panel and takes the rest, no other kind
+        // looks further on.
         const Rule::Try later = rule.tryOn(QByteArray(1, '\x7F') + literal);
-        check(later.outcome == Rule::Outcome::None || literal.startsWith('\x7F'));
+        check(kind == MatchKind::Contains ? later.outcome == Rule::Outcome::Whole && later.skipped == 1 &&
+                                                later.taken == literal.size() + 1
+                                          : later.outcome == Rule::Outcome::None);
     }
 }
 
