@@ -21,7 +21,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -35,15 +34,21 @@ namespace {
 using namespace sim::answers;
 using Action = AnswerStream::Action;
 
-// ANSWERS_FUZZ_SHOW=1 prints what an input does, to read a finding by.
+// ANSWERS_FUZZ_SHOW=1 prints what an input does, to read a finding by: texts as UTF-8 and bytes, both
+// with a backslash doubled and anything else but printable ASCII as \xHH.
 const bool kShow = std::getenv("ANSWERS_FUZZ_SHOW") != nullptr;
 
 QByteArray shown(const QByteArray& bytes) {
     QByteArray out;
     for (const char b : bytes) {
         const auto u = static_cast<std::uint8_t>(b);
-        out += u >= 0x20 && u < 0x7F && u != '\\' ? QByteArray(1, b)
-                                                  : "\\x" + QByteArray::number(u, 16).rightJustified(2, '0');
+        if (u == '\\') {
+            out += "\\\\";
+        } else if (u >= 0x20 && u < 0x7F) {
+            out += b;
+        } else {
+            out += "\\x" + QByteArray::number(u, 16).rightJustified(2, '0');
+        }
     }
     return out;
 }
@@ -76,11 +81,12 @@ constexpr std::array<std::string_view, 10> kHexPieces = {"41", "42", "0D",  "0A"
 // The bytes of a narrow stream: few enough for patterns to meet them often.
 constexpr std::array<char, 8> kNarrow = {'A', 'B', '\r', '\n', '1', '\0', '\x81', 'x'};
 
-// At most this much is fed for one input, in at most this many steps, and no new step is taken once an
-// input has run this long: the fuzzer's second is then for one arrival, which must never come near it.
+// At most this much is fed for one input, in at most this many steps, and no new arrival comes once the
+// rules have looked at this many bytes (a try counts as 1 KiB at least): the fuzzer's second is then
+// for one arrival, which must never come near it.
 constexpr qsizetype kMostFed = 256 * 1024;
 constexpr int kMostSteps = 64;
-constexpr auto kSteppingTime = std::chrono::milliseconds(200);
+constexpr qint64 kMostLookedAt = qint64{32} * 1024 * 1024;
 // The longest arrival. Known fault: each message a rule takes costs a pass over all that waits, so an
 // arrival of many short messages costs the square of its length (a second and more at 32 KiB under the
 // sanitizers). Raise this to 32767, a socket event's most, once that is mended.
@@ -220,6 +226,9 @@ class Replay {
 public:
     explicit Replay(const std::vector<Rule>& rules) : rules_(rules) {}
 
+    // The bytes the rules have looked at so far, about as many as the stream's own tries.
+    qint64 lookedAt() const { return lookedAt_; }
+
     void feed(AnswerStream& stream, const QByteArray& arrival) {
         show("feed", shown(arrival));
         const AnswerStream::Outcome got = stream.feed(arrival);
@@ -307,6 +316,7 @@ private:
             std::optional<Rule::Try> first;
             bool regex = false;
             for (const Rule& rule : rules_) {
+                lookedAt_ += std::max<qint64>(now.size(), 1024);
                 Rule::Try t = rule.tryOn(now);
                 check(t.outcome == Rule::Outcome::Whole || (t.taken == 0 && t.skipped == 0 && !t.reply));
                 if (t.outcome != Rule::Outcome::None) {
@@ -356,6 +366,7 @@ private:
     qsizetype handed_ = 0;  // to the panel's answer
     qsizetype taken_ = 0;   // by replies, built or not
     qsizetype dropped_ = 0; // when the link ended
+    qint64 lookedAt_ = 0;
 };
 
 } // namespace
@@ -374,8 +385,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         bool inReply = false;
         std::optional<Rule> rule = Rule::make(format, kind, when.text, send.text, &error, &inReply);
         show(format == Format::Hex ? "hex rule, kind" : "ascii rule, kind",
-             QByteArray::number(static_cast<int>(kind)) + " when '" + when.text.toUtf8() + "' send '" +
-                 send.text.toUtf8() + "': " + (rule ? QByteArray("made") : error.toUtf8()));
+             QByteArray::number(static_cast<int>(kind)) + " when '" + shown(when.text.toUtf8()) + "' send '" +
+                 shown(send.text.toUtf8()) + "': " + (rule ? QByteArray("made") : error.toUtf8()));
         if (!rule) {
             // Texts written from bytes are valid, and a refusal blames the other text.
             check(!error.isEmpty() && !(when.bytes && send.bytes));
@@ -392,10 +403,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     AnswerStream stream(rules);
     Replay replay(rules);
-    const auto until = std::chrono::steady_clock::now() + kSteppingTime;
     qsizetype fed = 0;
-    for (int step = 0; step < kMostSteps && in.remaining_bytes() > 0 && fed < kMostFed &&
-                       std::chrono::steady_clock::now() < until;
+    for (int step = 0;
+         step < kMostSteps && in.remaining_bytes() > 0 && fed < kMostFed && replay.lookedAt() < kMostLookedAt;
          ++step) {
         switch (in.ConsumeIntegralInRange(0, 7)) {
         case 0:
@@ -417,7 +427,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 arrival.append(unit.data(), static_cast<qsizetype>(unit.size()));
             }
             arrival = narrowed(arrival.left(length), narrow);
-            for (int i = 0; i < count && fed < kMostFed && std::chrono::steady_clock::now() < until; ++i) {
+            for (int i = 0; i < count && fed < kMostFed && replay.lookedAt() < kMostLookedAt; ++i) {
                 fed += arrival.size();
                 replay.feed(stream, arrival);
                 if (toTheBrim && !stream.holding()) {
