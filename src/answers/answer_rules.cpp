@@ -283,8 +283,10 @@ Rule::Try Rule::tryOn(Pass& pass, Pass::Seen& seen) const {
         pass.text = hex ? hexDigits(pass.all) : code_page::fromAnsi(pass.all);
     }
     const QStringView subject = QStringView(pass.text).sliced(hex ? 2 * pass.from : pass.from);
+    // The text is ours, one whole character a byte, so PCRE need not check it all again at every try.
     const QRegularExpressionMatch m = regex_.match(subject, 0, QRegularExpression::PartialPreferCompleteMatch,
-                                                   QRegularExpression::AnchorAtOffsetMatchOption);
+                                                   QRegularExpression::AnchorAtOffsetMatchOption |
+                                                       QRegularExpression::DontCheckSubjectStringMatchOption);
     if (m.hasMatch()) {
         const qsizetype end = m.capturedEnd(0);
         // A match of nothing takes nothing, and one that ends inside a byte is none.

@@ -67,6 +67,9 @@ void RuleAnswers::act(Socket& socket, const std::vector<Action>& actions) {
             log_.TrafficLogFailure(Direction::Sent);
             break;
         case Action::Kind::Reply:
+            if (bytes.empty()) {
+                break; // a rule that takes its message and answers nothing
+            }
             try {
                 socket.sendAnswer(bytes);
                 log_.TrafficLog(bytes, Direction::Sent);
