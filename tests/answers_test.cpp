@@ -43,8 +43,9 @@ TEST(AnswerRules, DiallingOutTheRulesAnswerEachLineHoweverItIsCutAndWhatNoRuleTa
     DeviceAsServer f;
     applyProfile(f, {"opt_Send_recv=true", "Opt_List_File=true", "answer1.when=PING\\r\\n",
                      "answer1.send=+PONG\\r\\n", "answer2.when=ECHO ([^\\r\\n]*)\\r\\n",
-                     "answer2.match=regex", "answer2.send=\\1\\r\\n", "answer3.when=[^\\r\\n]*\\r\\n",
-                     "answer3.match=regex", "answer3.send=-ERR\\r\\n", "answer.wait=40"});
+                     "answer2.match=regex", "answer2.send=\\1\\r\\n", "answer3.when=NOOP\\r\\n",
+                     "answer3.send=", "answer4.when=[^\\r\\n]*\\r\\n", "answer4.match=regex",
+                     "answer4.send=-ERR\\r\\n", "answer.wait=40"}); // NOOP is taken and answered with nothing
     f.op.click(f.p.Cmd_Start);
     const auto first = f.device();
     f.at(100, [&] { first->send("PING\r\n"); });
@@ -54,7 +55,7 @@ TEST(AnswerRules, DiallingOutTheRulesAnswerEachLineHoweverItIsCutAndWhatNoRuleTa
     f.at(400, [&] { first->send("PI"); });
     f.at(410, [&] { f.op.click(f.p.cmd_End); }); // what waits goes with the link, unanswered
     f.at(600, [&] { f.op.click(f.p.Cmd_Start); });
-    f.at(700, [&] { f.device()->send("NG\r\n"); });
+    f.at(700, [&] { f.device()->send("NOOP\r\nNG\r\n"); });
     f.at(800, [&] { f.device()->send(Bytes(70'000, 'z')); }); // a line that never ends
     f.runUntil(2000);
     EXPECT_EQ(first->received(), bytesOf("+PONG\r\n+PONG\r\n+PONG\r\nhi there\r\nxy"));
@@ -68,7 +69,7 @@ TEST(AnswerRules, DiallingOutTheRulesAnswerEachLineHoweverItIsCutAndWhatNoRuleTa
                            "[10:00:00.211] : Send [7 byte]", "[10:00:00.301] : Recv [23 byte]",
                            "[10:00:00.301] : Send [7 byte]", "[10:00:00.301] : Send [10 byte]",
                            "[10:00:00.341] : Send [2 byte]", "[10:00:00.401] : Recv [2 byte]",
-                           "[10:00:00.701] : Recv [4 byte]", "[10:00:00.701] : Send [6 byte]",
+                           "[10:00:00.701] : Recv [10 byte]", "[10:00:00.701] : Send [6 byte]",
                            "[10:00:00.801] : Recv [32767 byte]", "[10:00:00.801] : Recv [32767 byte]",
                            "[10:00:00.801] : Recv [4466 byte]", "[10:00:00.801] : Answer Overflow",
                            "[10:00:00.801] : Send [4464 byte]", "[10:00:00.841] : Send [65536 byte]"}));
