@@ -88,6 +88,71 @@ protected:
         err += process.readAllStandardError();
         return process.exitCode();
     }
+
+    QTcpServer device;          // the device the test plays when the program dials
+    QTcpSocket client;          // the test as the client when the program listens
+    QTcpSocket* peer = nullptr; // whichever of them talks to the program
+
+    // Starts the program on the README's example profile `name`, on a port of the test's and with
+    // 127.0.0.1 in the address boxes, whatever the example has there; then connects `peer` to it.
+    void startExample(const char* name) {
+        QFile readme(QStringLiteral(SIM_README));
+        ASSERT_TRUE(readme.open(QIODevice::ReadOnly | QIODevice::Text));
+        const QString text = QString::fromUtf8(readme.readAll());
+        const QString marker = QStringLiteral("<!-- example: %1 -->\n```ini\n").arg(QLatin1String(name));
+        const qsizetype from = text.indexOf(marker) + marker.size();
+        ASSERT_GE(from, marker.size()) << name;
+        const QStringList example = text.sliced(from).section(QLatin1String("```"), 0, 0).split(u'\n');
+        const bool listens = example.contains(QLatin1String("opt_Client=true"));
+        ASSERT_TRUE(device.listen(QHostAddress::LocalHost, 0));
+        const int port = listens ? freePort() : device.serverPort();
+        QStringList profile = destination(port).mid(0, 4);
+        for (const QString& line : example) {
+            if (line.section(u'=', 0, 0).endsWith(QLatin1String("_Port"))) {
+                profile << line.section(u'=', 0, 0) + u'=' + QString::number(port);
+            } else if (!line.startsWith(QLatin1String("txt_Destination_IP("))) {
+                profile << line;
+            }
+        }
+        // Only ever 127.0.0.1: the example's own address must never be dialled.
+        ASSERT_EQ(profile.filter(QLatin1String("_IP(")), destination(port).mid(0, 4));
+        start(profile, {QStringLiteral("--start")});
+        if (listens && shows(out, "] : Listen..")) { // it listens once it shows so
+            client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
+        }
+        peer = listens ? &client : (device.waitForNewConnection(5000), device.nextPendingConnection());
+        client.waitForConnected(5000);
+        ASSERT_TRUE(peer && peer->state() == QAbstractSocket::ConnectedState);
+        peer->setSocketOption(QAbstractSocket::LowDelayOption, 1); // a piece goes at once, not after an ack
+    }
+
+    // Rows of what is sent, each piece once the program has shown the one before as an arrival, and of the
+    // reply that must come, within 5 s in all; then nothing more, and SIGTERM ends the program with 0.
+    using Talk = std::vector<std::pair<QList<QByteArray>, QByteArray>>;
+    void talk(const Talk& rows) {
+        const QDeadlineTimer deadline(5000);
+        qsizetype arrivals = 0;
+        for (const auto& [said, reply] : rows) {
+            for (const QByteArray& piece : said) {
+                peer->write(piece);
+                peer->waitForBytesWritten(1000);
+                for (++arrivals; out.count("] : Recv [") < arrivals && process.waitForReadyRead(100);) {
+                    out += process.readAllStandardOutput();
+                }
+            }
+            QByteArray got; // and whatever more came
+            while (got.size() < reply.size() && peer->waitForReadyRead(int(deadline.remainingTime()))) {
+                got += peer->readAll();
+            }
+            ASSERT_EQ(got.toHex(' ').toStdString(), reply.toHex(' ').toStdString())
+                << "after " << said.join().toHex(' ').data();
+        }
+        EXPECT_FALSE(deadline.hasExpired()) << "slower than 5 s in all";
+        EXPECT_FALSE(peer->waitForReadyRead(200)) << peer->readAll().toHex(' ').data();
+        process.terminate();
+        EXPECT_EQ(finish(5000), 0);
+        EXPECT_TRUE(err.isEmpty()) << err.toStdString();
+    }
 };
 
 // A run ends at SIGTERM as the operator's Close ends it, and its log files, written on a thread of their own,
@@ -169,6 +234,52 @@ TEST_F(Program, APrintedProfileLoadsBackABadProfileExitsWithTwoAndAFailedRunWith
     ::kill(static_cast<pid_t>(process.processId()), SIGINT);
     EXPECT_EQ(finish(), 1);
     EXPECT_TRUE(out.isEmpty()) << "a quiet run prints no row";
+}
+
+// The README's examples of answers by rule, run as they are printed there (ports and addresses aside).
+// Two hundred polls of a master: each reply carries its request's transaction and unit ids, whether the
+// request came whole, in two writes or glued to the next one; other requests get exception 01.
+TEST_F(Program, TheModbusExampleAnswersTwoHundredPollsEachWithItsOwnIds) {
+    ASSERT_NO_FATAL_FAILURE(startExample("modbus"));
+    const auto hex = [](auto... args) { return QByteArray::fromHex(QString::asprintf(args...).toLatin1()); };
+    Talk polls;
+    for (int i = 0; i < 200; ++i) {
+        const int id = i * 257 + 1, unit = i * 37 % 256; // every byte of them changes
+        const int function = i % 10 == 8 ? "\1\4\6\3"[i / 10 % 4] : 3;
+        const int count = i % 40 == 38 ? 1 : 2; // a read of one register is refused too
+        const QByteArray request = hex("%04x 0000 0006 %02x %02x %04x %04x", id, unit, function, i, count);
+        const QByteArray reply = function == 3 && count == 2
+                                     ? hex("%04x 0000 0007 %02x 03 04 002A 01F4", id, unit)
+                                     : hex("%04x 0000 0003 %02x %02x 01", id, unit, 0x80 | function);
+        if (i % 10 == 0 && i > 0) { // in one write with the one before
+            polls.back().first.front() += request;
+            polls.back().second += reply;
+        } else { // some in two writes, cut anywhere
+            const QByteArrayList cut{request.left(1 + i % 11), request.mid(1 + i % 11)};
+            polls.push_back({i % 10 == 7 ? cut : QByteArrayList{request}, reply});
+        }
+    }
+    talk(polls);
+}
+
+TEST_F(Program, TheLineExampleAnswersEachCommandInOrderHoweverItIsCutOrGlued) {
+    ASSERT_NO_FATAL_FAILURE(startExample("lines"));
+    talk({{{"PING\r\n"}, "+PONG\r\n"},
+          {{"ECHO hello world\r\n"}, "hello world\r\n"},
+          {{"FOO\r\n"}, "-ERR unknown command\r\n"},
+          {{"PI", "NG\r", "\n"}, "+PONG\r\n"},
+          {{"ECHO \r\nECHO hel", "lo\r\n"}, "\r\nhello\r\n"},
+          {{"ECHO a\r\nPING\r\n"}, "a\r\n+PONG\r\n"},
+          {{"FOO\r\nECHO b\r\n"}, "-ERR unknown command\r\nb\r\n"},
+          {{"PINGPONG\r\n", "ping\r\n"}, "-ERR unknown command\r\n-ERR unknown command\r\n"}});
+}
+
+TEST_F(Program, TheStartsExampleDialsAndAnswersAStatusRequestAndEchoesTheRest) {
+    ASSERT_NO_FATAL_FAILURE(startExample("starts"));
+    using namespace Qt::Literals::StringLiterals;
+    talk({{{"\x02\x10\xAA\xBB"_ba}, "\x02\x90\x00\x03"_ba},
+          {{"\x05\x06"_ba}, "\x05\x06"_ba},
+          {{"\x02"_ba, "\x10\xCC"_ba}, "\x02\x90\x00\x03"_ba}});
 }
 
 } // namespace

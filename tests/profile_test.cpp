@@ -18,7 +18,7 @@ namespace {
 QString apply(FrmSimulator& form, const QStringList& lines) {
     QString error;
     const auto profile = Profile::parse(lines.join(u'\n'), QStringLiteral("run.ini"), &error);
-    return profile ? profile->applyTo(form.panel()).value_or(QString()) : error;
+    return profile ? profile->applyTo(form).value_or(QString()) : error;
 }
 
 TEST(Profile, NamesEveryControlAnOperatorSetsAndNothingElseTheRoleFirst) {
@@ -116,6 +116,28 @@ TEST(Profile, ABadProfileIsNamedByFileLineAndKeyAndWritesNoText) {
          "1: opt_Repeat: true is undone by chkMode=true (line 2), which is applied after it"},
         {{"opt_Ascii=false"},
          "1: opt_Ascii: false, but no other option of its group is true, so it stays selected"},
+        // The answer rules, read in the data format the options chose.
+        {{"opt_Send_recv=1", "answer1.when=(a", "answer1.match=regex", "answer1.send=x"},
+         "2: answer1.when: the pattern does not compile: missing closing parenthesis"},
+        {{"opt_Send_recv=1", "answer1.when=(a)", "answer1.match=regex", "answer1.send=\\2"},
+         "4: answer1.send: the reply names group 2, and the pattern has 1"},
+        {{"opt_Send_recv=1", "answer1.when=0A", "answer1.send=0G", "opt_HexA=1"},
+         "3: answer1.send: 'G' (character 2) is no hexadecimal digit"},
+        {{"opt_Send_recv=1", "answer1.send=x"},
+         "2: answer1.send: a rule needs both answer1.when and answer1.send"},
+        {{"opt_Send_recv=1", "answer1.when=a", "answer1.send=b", "answer3.when=c", "answer3.send=d"},
+         "4: answer3.when: answer2 is missing; the rules are numbered from 1 without a gap"},
+        {{"answer33.when=a"}, "1: answer33.when: more than 32 rules; answer1 to answer32 can be set"},
+        {{"opt_Receive_Only=1", "answer1.when=a", "answer1.send=b"},
+         "2: answer1.when: the rules answer with opt_Send_recv or opt_Send_input, and the action selected "
+         "never answers"},
+        {{"answer1.match=equals"},
+         "1: answer1.match: 'equals' is no kind of match; use exact, starts, "
+         "contains or regex"},
+        {{"answer.otherwise=echo"}, "1: answer.otherwise: 'echo' is neither panel nor none"},
+        {{"answer.wait=0"}, "1: answer.wait: '0' is no wait; give whole milliseconds from 1 to 600000"},
+        {{"answer1.when=a\tb"},
+         "1: answer1.when: character 2 is a control character; write it as an escape such as \\r"},
     };
     for (const auto& [lines, message] : cases) {
         SCOPED_TRACE(lines.join(u'|').toStdString());

@@ -9,7 +9,7 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       lifecycle_(panel_, settings_, platform.clock, platform.folders),
       log_(panel_, platform.clock, platform.folders, platform.dialogs, platform.files),
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs), level_(panel_, log_),
-      options_(panel_), link_(panel_, log_, platform.pump, platform.dialogs),
+      options_(panel_), link_(panel_, log_, platform.pump, platform.timers, platform.dialogs),
       server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),
       addressEditor_(panel_, platform.dialogs), manualSend_(panel_, log_, link_, platform.dialogs),
       repeat_(panel_, log_, link_), program_(panel_, log_, link_) {

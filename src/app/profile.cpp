@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QStringDecoder>
 
 #include <algorithm>
@@ -155,6 +156,32 @@ QString keyInOtherCase(const QString& key) {
     return {};
 }
 
+// The keys of the answer rules: answerN.when, answerN.match, answerN.send, answer.otherwise and
+// answer.wait.
+constexpr int kMostRules = 32;
+constexpr int kLongestWaitMs = 600000;
+
+struct AnswerKey {
+    int rule = 0; // 0: a key of all the rules
+    QString field;
+};
+
+std::optional<AnswerKey> answerKey(const QString& key) {
+    static const QRegularExpression form(
+        QStringLiteral("^answer(?:([1-9][0-9]{0,5})\\.(when|match|send)|\\.(otherwise|wait))$"));
+    const auto m = form.match(key);
+    if (!m.hasMatch()) {
+        return std::nullopt;
+    }
+    return m.capturedLength(1) > 0 ? AnswerKey{m.captured(1).toInt(), m.captured(2)}
+                                   : AnswerKey{0, m.captured(3)};
+}
+
+const std::pair<const char*, answers::MatchKind> kMatchKinds[] = {{"exact", answers::MatchKind::Exact},
+                                                                  {"starts", answers::MatchKind::Starts},
+                                                                  {"contains", answers::MatchKind::Contains},
+                                                                  {"regex", answers::MatchKind::Regex}};
+
 } // namespace
 
 std::optional<Profile> Profile::load(const QString& path, QString* error) {
@@ -239,6 +266,15 @@ std::optional<QString> Profile::check(const Panel& panel) const {
     for (const Entry& entry : entries_) {
         const auto it = std::find_if(controls.begin(), controls.end(),
                                      [&](const auto& c) { return c.first == entry.key; });
+        if (answerKey(entry.key)) {
+            if (const auto at = controlCharacterAt(entry.value)) {
+                return where(entry) +
+                       QStringLiteral(
+                           ": character %1 is a control character; write it as an escape such as \\r")
+                           .arg(*at + 1);
+            }
+            continue;
+        }
         if (it == controls.end()) {
             const QString meant = keyInOtherCase(entry.key);
             return where(entry) + (meant.isEmpty()
@@ -271,7 +307,7 @@ std::optional<QString> Profile::check(const Panel& panel) const {
     return std::nullopt;
 }
 
-std::optional<QString> Profile::applyTo(Panel& panel) const {
+std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* answers) const {
     if (auto problem = check(panel)) {
         return problem;
     }
@@ -322,6 +358,11 @@ std::optional<QString> Profile::applyTo(Panel& panel) const {
             return wrong;
         }
     }
+    // The answer rules are read in the data format the options chose, before any text is written.
+    answers::AnswerSettings settings;
+    if (auto wrong = readAnswers(panel, settings)) {
+        return wrong;
+    }
     // Every text must pass its box's filter before any is written (check() refused control characters).
     for (const auto& [entry, control] : named) {
         if (control->kind() != Kind::TextBox) {
@@ -359,10 +400,104 @@ std::optional<QString> Profile::applyTo(Panel& panel) const {
                                                   "stays selected");
         }
     }
+    if (answers != nullptr) {
+        *answers = std::move(settings);
+    }
     return std::nullopt;
 }
 
-QString Profile::print(const Panel& panel) {
+std::optional<QString> Profile::applyTo(FrmSimulator& form) const {
+    answers::AnswerSettings answers;
+    if (auto wrong = applyTo(form.panel(), &answers)) {
+        return wrong;
+    }
+    form.link().rules().configure(std::move(answers));
+    return std::nullopt;
+}
+
+std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerSettings& out) const {
+    struct RuleEntries {
+        const Entry* when = nullptr;
+        const Entry* match = nullptr;
+        const Entry* send = nullptr;
+    };
+    std::map<int, RuleEntries> rules;
+    for (const Entry& entry : entries_) {
+        const auto key = answerKey(entry.key);
+        if (!key) {
+            continue;
+        }
+        if (key->rule > kMostRules) {
+            return where(entry) +
+                   QStringLiteral(": more than %1 rules; answer1 to answer%1 can be set").arg(kMostRules);
+        }
+        if (key->field == QLatin1String("match") &&
+            std::none_of(std::begin(kMatchKinds), std::end(kMatchKinds),
+                         [&](const auto& k) { return entry.value == QLatin1String(k.first); })) {
+            return where(entry) +
+                   QStringLiteral(": '%1' is no kind of match; use exact, starts, contains or regex")
+                       .arg(entry.value);
+        }
+        if (key->rule > 0) {
+            RuleEntries& r = rules[key->rule];
+            (key->field == QLatin1String("when")    ? r.when
+             : key->field == QLatin1String("match") ? r.match
+                                                    : r.send) = &entry;
+        } else if (key->field == QLatin1String("otherwise")) {
+            if (entry.value != QLatin1String("panel") && entry.value != QLatin1String("none")) {
+                return where(entry) + QStringLiteral(": '%1' is neither panel nor none").arg(entry.value);
+            }
+            out.otherwisePanel = entry.value == QLatin1String("panel");
+        } else {
+            bool number = false;
+            const int ms = entry.value.toInt(&number);
+            if (!number || ms < 1 || ms > kLongestWaitMs) {
+                return where(entry) +
+                       QStringLiteral(": '%1' is no wait; give whole milliseconds from 1 to %2")
+                           .arg(entry.value)
+                           .arg(kLongestWaitMs);
+            }
+            out.waitMs = ms;
+        }
+    }
+    const auto format = panel.opt_HexA.value() ? answers::Format::Hex : answers::Format::Ascii;
+    int expected = 1;
+    for (const auto& [number, r] : rules) {
+        const Entry& any = *(r.when != nullptr ? r.when : r.match != nullptr ? r.match : r.send);
+        if (number != expected) {
+            return where(any) +
+                   QStringLiteral(": answer%1 is missing; the rules are numbered from 1 without a "
+                                  "gap")
+                       .arg(expected);
+        }
+        ++expected;
+        if (r.when == nullptr || r.send == nullptr) {
+            return where(any) +
+                   QStringLiteral(": a rule needs both answer%1.when and answer%1.send").arg(number);
+        }
+        auto kind = answers::MatchKind::Exact;
+        for (const auto& [name, k] : kMatchKinds) {
+            if (r.match != nullptr && r.match->value == QLatin1String(name)) {
+                kind = k;
+            }
+        }
+        QString why;
+        bool inReply = false;
+        auto rule = answers::Rule::make(format, kind, r.when->value, r.send->value, &why, &inReply);
+        if (!rule) {
+            return where(inReply ? *r.send : *r.when) + QStringLiteral(": ") + why;
+        }
+        out.rules.push_back(std::move(*rule));
+    }
+    if (!rules.empty() && !panel.opt_Send_recv.value() && !panel.opt_Send_input.value()) {
+        return where(*rules.begin()->second.when) +
+               QStringLiteral(": the rules answer with opt_Send_recv or opt_Send_input, and the action "
+                              "selected never answers");
+    }
+    return std::nullopt;
+}
+
+QString Profile::print(const Panel& panel, const Profile* rules) {
     QString out = QStringLiteral(
         "; Profile of the traffic simulator, for traffic_simulator --profile FILE.\n"
         "; Options and the check box take true or false; a text is taken as it stands, or between double\n"
@@ -373,6 +508,35 @@ QString Profile::print(const Panel& panel) {
         out += key + QLatin1Char('=') + (isSwitch(*control) ? valueOf(*control) : quoted(valueOf(*control))) +
                QLatin1Char('\n');
     }
+    out += QStringLiteral(
+        "; Answers by rule (see the README): answer1 to answer32, each with .when, .match (exact, starts,\n"
+        "; contains or regex) and .send; answer.otherwise (panel or none) and answer.wait (milliseconds).\n");
+    std::map<QString, QString> set;
+    for (const Entry& entry : rules != nullptr ? rules->entries_ : std::vector<Entry>{}) {
+        if (answerKey(entry.key)) {
+            set.emplace(entry.key, entry.value);
+        }
+    }
+    const auto line = [&](const QString& key, const char* otherwise) {
+        const auto it = set.find(key);
+        out += it != set.end() ? key + QLatin1Char('=') + quoted(it->second) + QLatin1Char('\n')
+                               : QStringLiteral("; ") + key + QLatin1Char('=') + QLatin1String(otherwise) +
+                                     QLatin1Char('\n');
+    };
+    const auto fields = [&](int n) {
+        line(QStringLiteral("answer%1.when").arg(n), "");
+        line(QStringLiteral("answer%1.match").arg(n), "exact");
+        line(QStringLiteral("answer%1.send").arg(n), "");
+    };
+    int n = 1;
+    for (; n <= kMostRules && set.count(QStringLiteral("answer%1.when").arg(n)) > 0; ++n) {
+        fields(n);
+    }
+    if (n == 1) {
+        fields(1);
+    }
+    line(QStringLiteral("answer.otherwise"), "panel");
+    line(QStringLiteral("answer.wait"), "50");
     return out;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "answers/answer_rules.h"
+#include "app/frm_simulator.h"
 #include "panel/panel.h"
 
 #include <QString>
@@ -14,6 +16,7 @@ namespace sim {
 // the names of the controls an operator sets (options, the check box, text and combo boxes). Options and
 // the check box take true or false (1 or 0); a box takes its text, which may be put in double quotes to
 // keep blanks at its ends. Blank lines, lines that begin with ';' or '#' and section headers are skipped.
+// The answer rules' keys (answer1.when ... answer.wait) are no controls: they set how the link answers.
 class Profile {
 public:
     struct Entry {
@@ -33,13 +36,19 @@ public:
     // then the texts. Every text is first put to its box's own key filter, character by character, as if
     // an operator typed it; one it refuses makes the profile bad before any text is written. Returns what
     // is wrong, or nothing.
-    std::optional<QString> applyTo(Panel& panel) const;
+    //
+    // Then the answer rules are read in the data format the panel has now, into `answers` when given.
+    std::optional<QString> applyTo(Panel& panel, answers::AnswerSettings* answers = nullptr) const;
+    // The same on the form's panel, its answer rules handed to the form's link.
+    std::optional<QString> applyTo(FrmSimulator& form) const;
 
-    // The panel's values of every key as a profile.
-    static QString print(const Panel& panel);
+    // The panel's values of every key as a profile, with the answer rules `rules` set (none: their keys
+    // as comments).
+    static QString print(const Panel& panel, const Profile* rules = nullptr);
 
 private:
     std::optional<QString> check(const Panel& panel) const;
+    std::optional<QString> readAnswers(const Panel& panel, answers::AnswerSettings& out) const;
     QString where(const Entry& entry) const;
     QString file_;
     std::vector<Entry> entries_;

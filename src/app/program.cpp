@@ -34,14 +34,15 @@ Platform withDialogs(const Platform& p, Dialogs& dialogs) {
     return {p.pump, p.timers, p.network, dialogs, p.settings, p.clock, p.folders, p.browser, p.files};
 }
 
-// The profile applied to the loaded form, or what is wrong with it.
-std::optional<QString> applyProfile(const QString& path, FrmSimulator& form) {
+// The profile applied to the loaded form, its answer rules handed to the link, or what is wrong with it.
+std::optional<QString> applyProfile(const QString& path, FrmSimulator& form,
+                                    std::optional<Profile>& profile) {
     if (path.isEmpty()) {
         return std::nullopt;
     }
     QString error;
-    const auto profile = Profile::load(path, &error);
-    return profile ? profile->applyTo(form.panel()) : error;
+    profile = Profile::load(path, &error);
+    return profile ? profile->applyTo(form) : error;
 }
 
 void problem(const QString& text) {
@@ -65,11 +66,12 @@ int printProfile(int& argc, char** argv, const cli::RunRequest& request) {
     qt::HeadlessDialogs dialogs(platform.gate);
     FrmSimulator form(withDialogs(platform.platform(), dialogs));
     form.load();
-    if (const auto wrong = applyProfile(request.profile, form)) {
+    std::optional<Profile> profile;
+    if (const auto wrong = applyProfile(request.profile, form, profile)) {
         problem(*wrong);
         return cli::kUsageStatus;
     }
-    std::fputs(Profile::print(form.panel()).toUtf8().constData(), stdout);
+    std::fputs(Profile::print(form.panel(), profile ? &*profile : nullptr).toUtf8().constData(), stdout);
     return 0;
 }
 
@@ -86,7 +88,8 @@ int automated(qt::QtPlatform& platform, const cli::RunRequest& request) {
     output.note = problem;
     AutomatedRun run(form, base.pump, base.timers, verdict, {request.start, request.durationMs}, output);
     form.load();
-    if (const auto wrong = applyProfile(request.profile, form)) {
+    std::optional<Profile> profile;
+    if (const auto wrong = applyProfile(request.profile, form, profile)) {
         problem(*wrong);
         return cli::kUsageStatus;
     }

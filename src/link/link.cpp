@@ -213,7 +213,7 @@ void Link::Client_Socket_DataArrival(std::int32_t bytesTotal) {
     p.Client_Socket.getData(received);
     log_.TrafficLog(received, count, Direction::Received);
     if (p.opt_Server.value()) {
-        answer(p.Client_Socket, received, count);
+        answer(p.Client_Socket, received, count, p.Opt_Cnn2.value());
     }
     const Stamp now = log_.stamp();
     if (!p.Opt_Cnn2.value()) {
@@ -223,17 +223,29 @@ void Link::Client_Socket_DataArrival(std::int32_t bytesTotal) {
     log_.statusLine(now, texts::kClientDisconnected, Filed::AtListPlusFile);
 }
 
-void Link::answer(Socket& socket, const Bytes& received, int count) {
+void Link::answer(Socket& socket, const Bytes& received, int count, bool closing) {
+    Panel& p = panel_;
+    if (!p.opt_Send_recv.value() && !p.opt_Send_input.value()) {
+        return;
+    }
+    if (rules_.on()) {
+        rules_.arrival(socket, received, closing);
+    } else {
+        panelAnswer(socket, received, static_cast<std::size_t>(count));
+    }
+}
+
+void Link::panelAnswer(Socket& socket, const Bytes& received, std::size_t count) {
     Panel& p = panel_;
     // A reply that cannot be built or sent is recorded in the failure form and nothing goes out.
     try {
         if (p.opt_Send_recv.value()) {
-            socket.sendData(received);
-            log_.TrafficLog(received, count, Direction::Sent);
+            socket.sendAnswer(received);
+            log_.TrafficLog(received, static_cast<int>(count), Direction::Sent);
         } else if (p.opt_Send_input.value()) {
             Bytes reply;
             convertByFormat(p.opt_Ascii.value(), p.opt_HexA.value(), reply, p.txt_Data_Input.text());
-            socket.sendData(reply);
+            socket.sendAnswer(reply);
             log_.TrafficLog(reply, Direction::Sent);
         }
     } catch (const RuntimeFailure&) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "link/connect_waits.h"
+#include "link/rule_answers.h"
 #include "logging/log_book.h"
 #include "panel/panel.h"
 
@@ -19,10 +20,13 @@ enum class Dialled { TimedOut = 0, Connected = 1, NotStarted = 99 };
 // sends on it.
 class Link {
 public:
-    Link(Panel& panel, LogBook& log, EventPump& pump, Dialogs& dialogs)
-        : panel_(panel), log_(log), dialogs_(dialogs), waits_(panel, pump) {}
+    Link(Panel& panel, LogBook& log, EventPump& pump, TimerFactory& timers, Dialogs& dialogs)
+        : panel_(panel), log_(log), dialogs_(dialogs), waits_(panel, pump),
+          rules_(panel, log, timers,
+                 [this](Socket& socket, const Bytes& bytes) { panelAnswer(socket, bytes, bytes.size()); }) {}
 
     ConnectWaits& waits() { return waits_; }
+    RuleAnswers& rules() { return rules_; }
 
     // The listening branch of ConnectStart, taken when the device is the client: it runs until the
     // operator ends listening. Without it, listening ends at once.
@@ -45,16 +49,19 @@ public:
     void Client_Socket_DataArrival(std::int32_t bytesTotal);
     void cmd_End_Click();
 
-    // The answer to arrived bytes by the action option, on the socket they came from.
-    void answer(Socket& socket, const Bytes& received, int count);
+    // The answer to arrived bytes by the action option, on the socket they came from: by the rules when
+    // there are any, else the panel's own. `closing`: the link closes once it is answered.
+    void answer(Socket& socket, const Bytes& received, int count, bool closing = false);
 
 private:
+    void panelAnswer(Socket& socket, const Bytes& received, std::size_t count);
     void armRepeat();
     void message(const char* text, int style, const char* title);
     Panel& panel_;
     LogBook& log_;
     Dialogs& dialogs_;
     ConnectWaits waits_;
+    RuleAnswers rules_;
 };
 
 // The limit of a counted repeat run, or nothing for a run without end (an empty box or "Endless"). The

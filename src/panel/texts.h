@@ -31,6 +31,8 @@ inline constexpr char kListening[] = "] : Listen..";
 inline constexpr char kListenFail[] = "] : Listen Fail";
 inline constexpr char kClientConnected[] = "] : Client Connected";
 inline constexpr char kClientClosed[] = "] : Client Closed";
+// Answers by rule: bytes had to be let go unmatched, once a link.
+inline constexpr char kAnswerOverflow[] = "] : Answer Overflow";
 
 // Message boxes: text and title.
 inline constexpr char kInputDestinationIP[] = "Input Destination IP";

@@ -118,9 +118,13 @@ public:
     virtual void accept(std::int32_t requestId) = 0;
     // Fails, sending nothing, when the bytes would pass what the socket may hold unsent.
     virtual void sendData(const Bytes& data) = 0;
+    // The answer to what the link sent: never refused for what waits unsent.
+    virtual void sendAnswer(const Bytes& data) = 0;
     virtual void getData(Bytes& data) = 0; // takes the bytes of the current arrival
     virtual void close() = 0;
     virtual int state() const = 0;
+    // Changes whenever a link begins or ends, so what was kept for one link can tell it is gone.
+    virtual unsigned linkNumber() const = 0;
 
     SocketEvents events;
 };

@@ -1,7 +1,6 @@
 #include "platform/stream_socket.h"
 
 #include "platform/runtime_failure.h"
-#include "platform/scoped_flag.h"
 
 namespace sim {
 
@@ -49,10 +48,18 @@ void StreamSocket::reset() {
 }
 
 void StreamSocket::sendData(const Bytes& data) {
+    send(data, true);
+}
+
+void StreamSocket::sendAnswer(const Bytes& data) {
+    send(data, false);
+}
+
+void StreamSocket::send(const Bytes& data, bool bounded) {
     if (state_ != socket_state::kConnected) {
         fail(socket_error::kWrongProtocolOrState);
     }
-    if (!answering_ && unsent() + static_cast<qsizetype>(data.size()) > kOutboxLimit) {
+    if (bounded && unsent() + static_cast<qsizetype>(data.size()) > kOutboxLimit) {
         fail(socket_error::kNoBufferSpace);
     }
     transmit(data);
@@ -98,7 +105,6 @@ void StreamSocket::deliverArrival() {
     }
     const unsigned generation = generation_;
     if (before > 0 && events.dataArrival) {
-        const ScopedFlag answering(answering_);
         events.dataArrival(static_cast<std::int32_t>(std::min<qsizetype>(before, kMaxArrival)));
     }
     if (generation != generation_) {

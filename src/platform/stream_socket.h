@@ -26,10 +26,13 @@ public:
     void getData(Bytes& data) override;
     // Sends of the operator and of the timers that would pass kOutboxLimit fail with 10055 and send
     // nothing: the repeat tick ends without a record and tries again at its next tick, a manual send
-    // is recorded as failed. An answer, sent while the arrival it answers is being handed over, is
-    // never refused: refusing it would lose an echo. It can take the outbox past the bound by one
-    // answer at most, since no further arrival comes until the outbox is below the bound again.
+    // is recorded as failed.
     void sendData(const Bytes& data) final;
+    // An answer is never refused: refusing it would lose an echo. It can take the outbox past the bound
+    // by one arrival's answers at most, since no further arrival comes until the outbox is below the
+    // bound again.
+    void sendAnswer(const Bytes& data) final;
+    unsigned linkNumber() const final { return generation_; }
 
     const QString& name() const { return name_; }
 
@@ -64,6 +67,7 @@ private:
     void queueArrival();
     void deliverArrival();
     void queueClose();
+    void send(const Bytes& data, bool bounded);
 
     QString name_;
     int state_ = socket_state::kClosed;
@@ -71,7 +75,6 @@ private:
     QByteArray inbox_;
     bool arrivalQueued_ = false;
     bool arrivalsHeld_ = false; // for a full outbox
-    bool answering_ = false;    // an arrival is being handed over
     bool peerClosed_ = false;
     bool closeQueued_ = false;
 };

@@ -135,7 +135,9 @@ void QtTimer::start(int intervalMs) {
 }
 
 void QtTimer::stop() {
-    active_ = false;
+    if (!std::exchange(active_, false)) {
+        return; // disarmed already: no system call for a timer stopped at every event
+    }
     const itimerspec off{};
     ::timerfd_settime(fd_, 0, &off, nullptr);
 }
