@@ -11,7 +11,7 @@
 //
 //   bench_answers [count [rounds [case [level]]]]
 //     count   round trips per run, 20,000 unless given
-//     rounds  runs of each case, interleaved, 3 unless given: each figure is the best of its case's runs
+//     rounds  runs of each case, interleaved, 7 unless given: each figure is the best of its case's runs
 //     case    a, b, c or c': that case alone, at the level named after it (None unless given), each
 //             round's figures printed (for a profiler)
 //
@@ -298,7 +298,7 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     const std::size_t count = argc > 1 ? static_cast<std::size_t>(std::max(1L, std::atol(argv[1]))) : 20000;
-    const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 3;
+    const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 7;
     if (argc > 3) {
         // One case at one level, for a profiler.
         const auto* c = std::find_if(std::begin(kCases), std::end(kCases),
