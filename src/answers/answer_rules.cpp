@@ -1,6 +1,7 @@
 #include "answers/answer_rules.h"
 
 #include "platform/code_page.h"
+#include "platform/text_number.h"
 
 #include <utility>
 
@@ -23,14 +24,6 @@ QString hexDigits(const QByteArray& bytes) {
         *at++ = QChar(kDigits[u & 15]);
     }
     return out;
-}
-
-int hexDigit(QChar c) {
-    const char16_t u = c.unicode();
-    return u >= '0' && u <= '9'   ? u - '0'
-           : u >= 'a' && u <= 'f' ? u - 'a' + 10
-           : u >= 'A' && u <= 'F' ? u - 'A' + 10
-                                  : -1;
 }
 
 // A text of the data format read into literal parts and group numbers: ASCII with the escapes \r \n \t
@@ -65,9 +58,10 @@ bool readText(Format format, const QString& text, bool groups, QByteArray& liter
                     known = true;
                 }
             }
-            if (!known && next == u'x' && i + 3 < text.size() && hexDigit(text[i + 2]) >= 0 &&
-                hexDigit(text[i + 3]) >= 0) {
-                literal.append(static_cast<char>(hexDigit(text[i + 2]) * 16 + hexDigit(text[i + 3])));
+            if (!known && next == u'x' && i + 3 < text.size() && hexDigitValue(text[i + 2]) >= 0 &&
+                hexDigitValue(text[i + 3]) >= 0) {
+                literal.append(
+                    static_cast<char>(hexDigitValue(text[i + 2]) * 16 + hexDigitValue(text[i + 3])));
                 i += 2;
                 known = true;
             }
@@ -82,7 +76,7 @@ bool readText(Format format, const QString& text, bool groups, QByteArray& liter
             if (c == u' ') {
                 continue;
             }
-            if (hexDigit(c) < 0) {
+            if (hexDigitValue(c) < 0) {
                 return fail(QStringLiteral("'%1' (character %2) is no hexadecimal digit").arg(c).arg(i + 1));
             }
             literal.append(static_cast<char>(c.toUpper().unicode()));
@@ -104,9 +98,9 @@ QString asciiRegex(const QString& pattern) {
     QString out;
     for (qsizetype i = 0; i < pattern.size(); ++i) {
         if (pattern[i] == u'\\' && i + 3 < pattern.size() && pattern[i + 1] == u'x' &&
-            hexDigit(pattern[i + 2]) >= 0 && hexDigit(pattern[i + 3]) >= 0) {
+            hexDigitValue(pattern[i + 2]) >= 0 && hexDigitValue(pattern[i + 3]) >= 0) {
             const auto byte =
-                static_cast<std::uint8_t>(hexDigit(pattern[i + 2]) * 16 + hexDigit(pattern[i + 3]));
+                static_cast<std::uint8_t>(hexDigitValue(pattern[i + 2]) * 16 + hexDigitValue(pattern[i + 3]));
             // In PCRE's own form: a NUL escaped as \0 would read the digits after it as octal.
             out += QStringLiteral("\\x{%1}").arg(code_page::fromAnsiByte(byte).unicode(), 0, 16);
             i += 3;
@@ -144,15 +138,10 @@ constexpr const char* kRegexLimit = "(*LIMIT_MATCH=200000)";
 std::optional<Rule> Rule::make(Format format, MatchKind kind, const QString& when, const QString& send,
                                QString* error, bool* inReply) {
     bool replyWrong = false;
-    auto rule = makeRule(format, kind, when, send, error, replyWrong);
-    if (inReply != nullptr) {
-        *inReply = replyWrong;
+    if (inReply == nullptr) {
+        inReply = &replyWrong;
     }
-    return rule;
-}
-
-std::optional<Rule> Rule::makeRule(Format format, MatchKind kind, const QString& when, const QString& send,
-                                   QString* error, bool& inReply) {
+    *inReply = false;
     Rule rule;
     rule.format_ = format;
     rule.kind_ = kind;
@@ -195,7 +184,7 @@ std::optional<Rule> Rule::makeRule(Format format, MatchKind kind, const QString&
         }
         rule.border_ = bordersOf(rule.literal_);
     }
-    inReply = true;
+    *inReply = true;
     std::vector<int> groupAt;
     std::vector<QByteArray> parts;
     QByteArray literal;

@@ -51,8 +51,6 @@ public:
     bool isRegex() const { return kind_ == MatchKind::Regex; }
 
 private:
-    static std::optional<Rule> makeRule(Format format, MatchKind kind, const QString& when,
-                                        const QString& send, QString* error, bool& inReply);
     // A reply is literal parts and the groups of the pattern between them.
     struct Piece {
         QByteArray literal; // bytes (ASCII) or hexadecimal digits (Hex)

@@ -3,6 +3,7 @@
 #include "platform/code_page.h"
 #include "platform/int16.h"
 #include "platform/runtime_failure.h"
+#include "platform/text_number.h"
 
 namespace sim {
 namespace {
@@ -23,17 +24,11 @@ void sizeTo(Bytes& payload, int count) {
 }
 
 int hexDigit(QChar c) {
-    const char16_t u = c.unicode();
-    if (u >= u'0' && u <= u'9') {
-        return u - u'0';
+    const int value = hexDigitValue(c);
+    if (value < 0) {
+        throw RuntimeFailure(failure::kTypeMismatch);
     }
-    if (u >= u'A' && u <= u'F') {
-        return u - u'A' + 10;
-    }
-    if (u >= u'a' && u <= u'f') {
-        return u - u'a' + 10;
-    }
-    throw RuntimeFailure(failure::kTypeMismatch);
+    return value;
 }
 
 } // namespace

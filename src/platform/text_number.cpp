@@ -103,4 +103,12 @@ QString trimBlanks(const QString& text) {
     return text.mid(from, to - from);
 }
 
+int hexDigitValue(QChar c) {
+    const char16_t u = c.unicode();
+    return u >= u'0' && u <= u'9'   ? u - u'0'
+           : u >= u'a' && u <= u'f' ? u - u'a' + 10
+           : u >= u'A' && u <= u'F' ? u - u'A' + 10
+                                    : -1;
+}
+
 } // namespace sim

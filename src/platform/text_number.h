@@ -28,4 +28,7 @@ double leadingNumber(const QString& text);
 // breaks and non-breaking spaces are kept.
 QString trimBlanks(const QString& text);
 
+// The value of a hexadecimal digit in either case, or -1 for any other character.
+int hexDigitValue(QChar c);
+
 } // namespace sim
