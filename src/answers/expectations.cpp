@@ -1,0 +1,153 @@
+#include "answers/expectations.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+namespace sim::answers {
+namespace {
+
+constexpr qint64 kExact = 256;    // times below it have a bucket each
+constexpr int kPerDoubling = 128; // buckets to each doubling above it
+constexpr qsizetype kShownBytes = 64;
+
+} // namespace
+
+std::size_t ReplyTimes::bucketOf(qint64 us) {
+    if (us < kExact) {
+        return static_cast<std::size_t>(us);
+    }
+    const int e = std::bit_width(static_cast<quint64>(us)) - 1; // 2^e <= us
+    const auto sub = static_cast<std::size_t>((us >> (e - 7)) & (kPerDoubling - 1));
+    return static_cast<std::size_t>(kExact) + static_cast<std::size_t>(e - 8) * kPerDoubling + sub;
+}
+
+qint64 ReplyTimes::middleOf(std::size_t bucket) {
+    if (bucket < static_cast<std::size_t>(kExact)) {
+        return static_cast<qint64>(bucket);
+    }
+    const auto above = bucket - static_cast<std::size_t>(kExact);
+    const int e = 8 + static_cast<int>(above / kPerDoubling);
+    const qint64 low = (kPerDoubling + static_cast<qint64>(above % kPerDoubling)) << (e - 7);
+    return low + (qint64{1} << (e - 7)) / 2;
+}
+
+void ReplyTimes::add(qint64 us) {
+    us = std::max<qint64>(us, 0);
+    const std::size_t bucket = bucketOf(us);
+    if (bucket >= buckets_.size()) {
+        buckets_.resize(bucket + 1, 0);
+    }
+    ++buckets_[bucket];
+    min_ = count_ == 0 ? us : std::min(min_, us);
+    max_ = count_ == 0 ? us : std::max(max_, us);
+    ++count_;
+}
+
+qint64 ReplyTimes::percentile(double percent) const {
+    if (count_ == 0) {
+        return 0;
+    }
+    const auto rank = std::max<qint64>(1, static_cast<qint64>(std::ceil(percent / 100.0 * count_)));
+    qint64 seen = 0;
+    for (std::size_t b = 0; b < buckets_.size(); ++b) {
+        seen += buckets_[b];
+        if (seen >= rank) {
+            return std::clamp(middleOf(b), min_, max_);
+        }
+    }
+    return max_;
+}
+
+bool ExpectationJudge::judges() const {
+    return every_ || std::any_of(steps_.begin(), steps_.end(), [](const auto& e) { return e.has_value(); });
+}
+
+void ExpectationJudge::sent(qint64 at, int step) {
+    const Expectation* expected = step >= 0 && step < 4 && steps_[step] ? &*steps_[step]
+                                  : every_                              ? &*every_
+                                                                        : nullptr;
+    if (waiting_.empty()) {
+        bytes_.clear(); // what came while no send waited is judged by none
+    }
+    Verdict verdict;
+    verdict.send = ++sends_;
+    verdict.step = step;
+    verdict.at = at;
+    verdict.expected = expected;
+    waiting_.push_back({std::move(verdict), at + withinUs_});
+}
+
+std::vector<ExpectationJudge::Verdict> ExpectationJudge::arrived(qint64 at, QByteArrayView bytes) {
+    std::vector<Verdict> out;
+    if (waiting_.empty()) {
+        return out;
+    }
+    bytes_.append(bytes);
+    decide(at, out);
+    return out;
+}
+
+void ExpectationJudge::decide(qint64 at, std::vector<Verdict>& out) {
+    while (!waiting_.empty() && !bytes_.isEmpty()) {
+        Verdict& head = waiting_.front().verdict;
+        if (head.expected == nullptr) {
+            bytes_.clear(); // the first arrival after a send is its reply
+            head.passed = true;
+        } else {
+            const Rule::Try t = head.expected->rule.tryOn(bytes_);
+            if (t.outcome == Rule::Outcome::Partial && bytes_.size() <= AnswerStream::kMostWaiting) {
+                return;
+            }
+            if (t.outcome != Rule::Outcome::Whole) {
+                fail(t.outcome == Rule::Outcome::None
+                         ? QStringLiteral("what came cannot match")
+                         : QStringLiteral("what came passed 64 KiB without a match"),
+                     out);
+                continue;
+            }
+            bytes_.remove(0, t.taken);
+            head.passed = true;
+        }
+        head.replyUs = at - head.at;
+        times_.add(*head.replyUs);
+        out.push_back(std::move(head));
+        waiting_.pop_front();
+    }
+}
+
+void ExpectationJudge::fail(QString why, std::vector<Verdict>& out) {
+    Verdict& head = waiting_.front().verdict;
+    head.passed = false;
+    head.why = std::move(why);
+    head.came = bytes_.left(kShownBytes);
+    head.cameCount = bytes_.size();
+    bytes_.clear();
+    out.push_back(std::move(head));
+    waiting_.pop_front();
+}
+
+std::vector<ExpectationJudge::Verdict> ExpectationJudge::due(qint64 now) {
+    std::vector<Verdict> out;
+    while (!waiting_.empty() && waiting_.front().deadline <= now) {
+        fail((bytes_.isEmpty() ? QStringLiteral("nothing came within %1 ms")
+                               : QStringLiteral("no whole match came within %1 ms"))
+                 .arg(withinUs_ / 1000),
+             out);
+    }
+    return out;
+}
+
+std::vector<ExpectationJudge::Verdict> ExpectationJudge::linkEnded(qint64 /*now*/) {
+    std::vector<Verdict> out;
+    while (!waiting_.empty()) {
+        fail(QStringLiteral("the link ended"), out);
+    }
+    return out;
+}
+
+std::optional<qint64> ExpectationJudge::nextDeadline() const {
+    return waiting_.empty() ? std::nullopt : std::optional<qint64>(waiting_.front().deadline);
+}
+
+} // namespace sim::answers
