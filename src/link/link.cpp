@@ -225,6 +225,9 @@ void Link::Client_Socket_DataArrival(std::int32_t bytesTotal) {
 
 void Link::answer(Socket& socket, const Bytes& received, int count, bool closing) {
     Panel& p = panel_;
+    if (heard) {
+        heard(socket, received);
+    }
     if (!p.opt_Send_recv.value() && !p.opt_Send_input.value()) {
         return;
     }

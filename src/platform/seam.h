@@ -179,6 +179,8 @@ public:
     virtual QDate localDate() const = 0;
     virtual QTime localTime() const = 0;        // whole seconds are what callers read of it
     virtual int systemMilliseconds() const = 0; // 0..999 of the system time, read apart from the local time
+    // A clock that only goes forward, for the time between two moments of the run (reply times).
+    virtual qint64 monotonicMicroseconds() const = 0;
 };
 
 class Folders {
