@@ -10,6 +10,7 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       log_(panel_, platform.clock, platform.folders, platform.dialogs, platform.files),
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs), level_(panel_, log_),
       options_(panel_), link_(panel_, log_, platform.pump, platform.timers, platform.dialogs),
+      judged_(panel_, log_, platform.clock, platform.timers),
       server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),
       addressEditor_(panel_, platform.dialogs), manualSend_(panel_, log_, link_, platform.dialogs),
       repeat_(panel_, log_, link_), program_(panel_, log_, link_) {
@@ -71,6 +72,8 @@ void FrmSimulator::wire() {
     // Link and the senders. A start pressed while the simulator listens would only begin a second
     // listening loop inside the first: it is ignored, and the running loop goes on.
     link_.listeningBranch = [this] { return server_.listen(); };
+    link_.sentByRun = [this](Socket& socket, int step) { judged_.sent(socket, step); };
+    link_.heard = [this](Socket& socket, const Bytes& bytes) { judged_.heard(socket, bytes); };
     p.Cmd_Start.Click = dialOut(p.Cmd_Start, [this] {
         if (!server_.listening()) {
             link_.Cmd_Start_Click();

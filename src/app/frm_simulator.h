@@ -1,5 +1,6 @@
 #pragma once
 
+#include "link/judged_sends.h"
 #include "link/link.h"
 #include "link/server_link.h"
 #include "logging/error_reports.h"
@@ -31,6 +32,7 @@ public:
     Panel& panel() { return panel_; }
     Operator& op() { return operator_; }
     Link& link() { return link_; }
+    JudgedSends& judged() { return judged_; }
     LogBook& log() { return log_; }
 
 private:
@@ -48,6 +50,7 @@ private:
     LogLevel level_;
     Options options_;
     Link link_;
+    JudgedSends judged_;
     ServerLink server_;
     Role role_;
     AddressEditor addressEditor_;

@@ -48,6 +48,8 @@ void LogBook::addStatus(const Stamp& stamp, const char* tail, Filed filed) {
     const std::string_view text(tail);
     if (text == texts::kConnectionFail) {
         tell(Failure::ConnectionFail);
+    } else if (text == texts::kExpectFail) {
+        tell(Failure::ExpectFail);
     } else if (text == texts::kListenFail) {
         tell(Failure::ListenFail);
     }

@@ -12,7 +12,7 @@ enum class Filed { No, AtListPlusFile };
 
 // The failures the log tells of as it writes them: the two failing status lines, the failure form of a
 // traffic record, and a socket error report.
-enum class Failure { ConnectionFail, ListenFail, SendFail, ReceiveFail, ErrorReport };
+enum class Failure { ConnectionFail, ListenFail, SendFail, ReceiveFail, ErrorReport, ExpectFail };
 
 // The list, the daily log and the named log file: status lines, traffic records and their upkeep.
 // Calls no handler of the other subsystems.

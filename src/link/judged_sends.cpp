@@ -1,0 +1,71 @@
+#include "link/judged_sends.h"
+
+#include "panel/texts.h"
+
+namespace sim {
+
+JudgedSends::JudgedSends(Panel& panel, LogBook& log, Clock& clock, TimerFactory& timers)
+    : panel_(panel), log_(log), clock_(clock), deadline_(timers.createTimer([this] {
+          panel_.dispatch([this] {
+              deadline_->stop();
+              if (socket_ != nullptr) {
+                  followLink(*socket_);
+              }
+              settle(judge_->due(clock_.monotonicMicroseconds()));
+          });
+      })) {}
+
+void JudgedSends::followLink(Socket& socket) {
+    const bool ended = socket_ != nullptr &&
+                       (socket_->linkNumber() != link_ || socket_->state() != socket_state::kConnected);
+    if (&socket != socket_ || ended) {
+        if (ended || &socket != socket_) {
+            settle(judge_->linkEnded(clock_.monotonicMicroseconds()));
+        }
+        socket_ = &socket;
+        link_ = socket.linkNumber();
+    }
+}
+
+void JudgedSends::sent(Socket& socket, int step) {
+    if (!judge_) {
+        return;
+    }
+    followLink(socket);
+    judge_->sent(clock_.monotonicMicroseconds(), step);
+    rearm();
+}
+
+void JudgedSends::heard(Socket& socket, const Bytes& bytes) {
+    if (!judge_) {
+        return;
+    }
+    followLink(socket);
+    settle(judge_->arrived(
+        clock_.monotonicMicroseconds(),
+        QByteArrayView(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()))));
+}
+
+void JudgedSends::settle(const std::vector<Verdict>& verdicts) {
+    for (const Verdict& v : verdicts) {
+        if (v.expected != nullptr && !v.passed) {
+            log_.statusLine(log_.stamp(), texts::kExpectFail, Filed::AtListPlusFile);
+        }
+        if (judged) {
+            judged(v);
+        }
+    }
+    rearm();
+}
+
+void JudgedSends::rearm() {
+    const auto due = judge_->nextDeadline();
+    if (!due) {
+        deadline_->stop();
+        return;
+    }
+    const qint64 ms = (*due - clock_.monotonicMicroseconds() + 999) / 1000;
+    deadline_->start(static_cast<int>(std::clamp<qint64>(ms, 1, 3'600'000)));
+}
+
+} // namespace sim

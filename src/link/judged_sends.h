@@ -1,0 +1,45 @@
+#pragma once
+
+#include "answers/expectations.h"
+#include "logging/log_book.h"
+#include "panel/panel.h"
+
+#include <functional>
+#include <memory>
+
+namespace sim {
+
+// Judged runs: the device's replies to the run's own sends, held to the profile's expectations, with the
+// time each took. It hears the link's sends and arrivals, runs a timer for the next deadline, and fails
+// what still waits once its link has ended. Without a judge it does nothing.
+class JudgedSends {
+public:
+    using Verdict = answers::ExpectationJudge::Verdict;
+
+    JudgedSends(Panel& panel, LogBook& log, Clock& clock, TimerFactory& timers);
+
+    void configure(std::unique_ptr<answers::ExpectationJudge> judge) { judge_ = std::move(judge); }
+    const answers::ExpectationJudge* judge() const { return judge_.get(); }
+
+    void sent(Socket& socket, int step);
+    void heard(Socket& socket, const Bytes& bytes);
+
+    // Told of each send decided, after its failure (if any) was written to the log.
+    std::function<void(const Verdict&)> judged;
+
+private:
+    // What waits on a link that has ended fails first.
+    void followLink(Socket& socket);
+    void settle(const std::vector<Verdict>& verdicts);
+    void rearm();
+
+    Panel& panel_;
+    LogBook& log_;
+    Clock& clock_;
+    std::unique_ptr<answers::ExpectationJudge> judge_;
+    std::unique_ptr<PlatformTimer> deadline_;
+    Socket* socket_ = nullptr;
+    unsigned link_ = 0;
+};
+
+} // namespace sim
