@@ -63,7 +63,7 @@ bool ExpectationJudge::judges() const {
     return every_ || std::any_of(steps_.begin(), steps_.end(), [](const auto& e) { return e.has_value(); });
 }
 
-void ExpectationJudge::sent(qint64 at, int step) {
+void ExpectationJudge::sent(qint64 at, int step, QString stamp) {
     const Expectation* expected = step >= 0 && step < 4 && steps_[step] ? &*steps_[step]
                                   : every_                              ? &*every_
                                                                         : nullptr;
@@ -75,6 +75,7 @@ void ExpectationJudge::sent(qint64 at, int step) {
     verdict.step = step;
     verdict.at = at;
     verdict.expected = expected;
+    verdict.stamp = std::move(stamp);
     waiting_.push_back({std::move(verdict), at + withinUs_});
 }
 
@@ -148,6 +149,30 @@ std::vector<ExpectationJudge::Verdict> ExpectationJudge::linkEnded(qint64 /*now*
 
 std::optional<qint64> ExpectationJudge::nextDeadline() const {
     return waiting_.empty() ? std::nullopt : std::optional<qint64>(waiting_.front().deadline);
+}
+
+QString describeFailure(const ExpectationJudge::Verdict& v, Format format) {
+    static constexpr const char* kKinds[] = {"exact", "starts", "contains", "regex"};
+    QString came;
+    if (format == Format::Hex) {
+        came = QString::fromLatin1(v.came.toHex(' ').toUpper());
+    } else {
+        for (const char b : v.came) {
+            const auto u = static_cast<unsigned char>(b);
+            came += b == '\r'   ? QStringLiteral("\\r")
+                    : b == '\n' ? QStringLiteral("\\n")
+                    : u < 0x20  ? QStringLiteral("\\x%1").arg(u, 2, 16, QLatin1Char('0')).toUpper()
+                                : QString(QChar(u));
+        }
+    }
+    const QString send = v.step >= 0 ? QStringLiteral("send %1 (step %2)").arg(v.send).arg(v.step)
+                                     : QStringLiteral("send %1").arg(v.send);
+    const QString what = v.cameCount > 0
+                             ? QStringLiteral("%1; came %2 bytes: %3").arg(v.why).arg(v.cameCount).arg(came)
+                             : v.why;
+    return QStringLiteral("expect fail: %1 at %2: expected %3 (%4): %5")
+        .arg(send, v.stamp, v.expected != nullptr ? v.expected->pattern : QString(),
+             QLatin1String(v.expected != nullptr ? kKinds[static_cast<int>(v.expected->kind)] : ""), what);
 }
 
 } // namespace sim::answers

@@ -52,6 +52,7 @@ public:
         int send = 0;                          // its number in the run, from 1
         int step = -1;                         // its program step, or -1
         qint64 at = 0;                         // when it was handed to the socket
+        QString stamp;                         // the same on the log's clock, as its records show it
         const Expectation* expected = nullptr; // none: only its reply time is kept
         bool passed = false;
         std::optional<qint64> replyUs; // from the send to the arrival that completed its reply
@@ -66,7 +67,7 @@ public:
 
     bool judges() const;
     // A send of the run was handed to the socket at `at`; `step` is its program step, or -1.
-    void sent(qint64 at, int step);
+    void sent(qint64 at, int step, QString stamp = {});
     // Bytes arrived at `at`: the sends they decide, in order.
     std::vector<Verdict> arrived(qint64 at, QByteArrayView bytes);
     // The sends whose time ran out by `now`.
@@ -93,5 +94,9 @@ private:
     int sends_ = 0;
     ReplyTimes times_;
 };
+
+// A failed send in a line of its own: which send, what was expected and what came (its first bytes in
+// the data format), or that nothing came.
+QString describeFailure(const ExpectationJudge::Verdict& verdict, Format format);
 
 } // namespace sim::answers

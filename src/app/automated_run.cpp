@@ -21,9 +21,16 @@ AutomatedRun::AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& ti
       })) {
     form_.log().failed = [this](Failure) { verdict_.failure(); };
     form_.panel().List1.rowAdded = output_.row;
+    form_.judged().judged = [this](const JudgedSends::Verdict& v) {
+        if (v.expected != nullptr && !v.passed && output_.note) {
+            const bool hex = form_.panel().opt_HexA.value();
+            output_.note(answers::describeFailure(v, hex ? answers::Format::Hex : answers::Format::Ascii));
+        }
+    };
 }
 
 AutomatedRun::~AutomatedRun() {
+    form_.judged().judged = nullptr;
     form_.log().failed = nullptr;
     form_.panel().List1.rowAdded = nullptr;
 }

@@ -32,7 +32,7 @@ void JudgedSends::sent(Socket& socket, int step) {
         return;
     }
     followLink(socket);
-    judge_->sent(clock_.monotonicMicroseconds(), step);
+    judge_->sent(clock_.monotonicMicroseconds(), step, statusText(log_.stamp(), "").mid(1));
     rearm();
 }
 
