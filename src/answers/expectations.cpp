@@ -112,6 +112,7 @@ void ExpectationJudge::decide(qint64 at, std::vector<Verdict>& out) {
         }
         head.replyUs = at - head.at;
         times_.add(*head.replyUs);
+        passed_ += head.expected != nullptr ? 1 : 0;
         out.push_back(std::move(head));
         waiting_.pop_front();
     }
@@ -120,6 +121,7 @@ void ExpectationJudge::decide(qint64 at, std::vector<Verdict>& out) {
 void ExpectationJudge::fail(QString why, std::vector<Verdict>& out) {
     Verdict& head = waiting_.front().verdict;
     head.passed = false;
+    failed_ += head.expected != nullptr ? 1 : 0;
     head.why = std::move(why);
     head.came = bytes_.left(kShownBytes);
     head.cameCount = bytes_.size();
@@ -149,6 +151,17 @@ std::vector<ExpectationJudge::Verdict> ExpectationJudge::linkEnded(qint64 /*now*
 
 std::optional<qint64> ExpectationJudge::nextDeadline() const {
     return waiting_.empty() ? std::nullopt : std::optional<qint64>(waiting_.front().deadline);
+}
+
+QString ExpectationJudge::summary() const {
+    const auto ms = [](qint64 us) { return QString::number(static_cast<double>(us) / 1000.0, 'f', 3); };
+    return QStringLiteral("summary: %1 sends, %2 replies, %3 expectations passed, %4 failed; reply time ms: "
+                          "min %5, median %6, 99th percentile %7, max %8")
+        .arg(sends_)
+        .arg(times_.count())
+        .arg(passed_)
+        .arg(failed_)
+        .arg(ms(times_.min()), ms(times_.percentile(50)), ms(times_.percentile(99)), ms(times_.max()));
 }
 
 QString describeFailure(const ExpectationJudge::Verdict& v, Format format) {

@@ -77,6 +77,11 @@ public:
     // When the next waiting send's time runs out.
     std::optional<qint64> nextDeadline() const;
     const ReplyTimes& times() const { return times_; }
+    int sends() const { return sends_; }
+    int passed() const { return passed_; }
+    int failed() const { return failed_; }
+    // sends, replies, expectations passed and failed, reply times min, median, 99th percentile and max.
+    QString summary() const;
 
 private:
     struct Waiting {
@@ -92,6 +97,8 @@ private:
     std::deque<Waiting> waiting_;
     QByteArray bytes_; // arrived and not yet taken by a send
     int sends_ = 0;
+    int passed_ = 0;
+    int failed_ = 0;
     ReplyTimes times_;
 };
 

@@ -102,6 +102,9 @@ int automated(qt::QtPlatform& platform, const cli::RunRequest& request) {
     const StopSignals stopSignals([&run] { run.end(); });
     run.begin();
     QApplication::exec();
+    if (const auto* judge = form.judged().judge(); judge != nullptr && judge->sends() > 0) {
+        problem(judge->summary());
+    }
     return verdict.exitStatus();
 }
 
