@@ -17,7 +17,7 @@ std::size_t ReplyTimes::bucketOf(qint64 us) {
     if (us < kExact) {
         return static_cast<std::size_t>(us);
     }
-    const int e = std::bit_width(static_cast<quint64>(us)) - 1; // 2^e <= us
+    const int e = static_cast<int>(std::bit_width(static_cast<quint64>(us))) - 1; // 2^e <= us
     const auto sub = static_cast<std::size_t>((us >> (e - 7)) & (kPerDoubling - 1));
     return static_cast<std::size_t>(kExact) + static_cast<std::size_t>(e - 8) * kPerDoubling + sub;
 }
@@ -48,7 +48,8 @@ qint64 ReplyTimes::percentile(double percent) const {
     if (count_ == 0) {
         return 0;
     }
-    const auto rank = std::max<qint64>(1, static_cast<qint64>(std::ceil(percent / 100.0 * count_)));
+    const auto rank =
+        std::max<qint64>(1, static_cast<qint64>(std::ceil(percent / 100.0 * static_cast<double>(count_))));
     qint64 seen = 0;
     for (std::size_t b = 0; b < buckets_.size(); ++b) {
         seen += buckets_[b];
