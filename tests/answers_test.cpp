@@ -134,12 +134,12 @@ TEST(AnswerRules, WithConnectAndCloseAMessageBegunIsAnsweredByThePanelAtOnceBefo
 }
 
 TEST(Expectations, ARepeatRunsRepliesAreJudgedInOrderAndEachFailureIsLoggedOnVirtualTime) {
-    RepeatRun f("0.1", "5", "PING");
+    RepeatRun f("0.1", "6", "PING");
     applyProfile(f, {"expect.when=+PONG", "expect.within=50", "Opt_List_File=true"});
     // The device answers the first two sends right, the third wrong, the fourth not at all, the fifth in
-    // part only.
+    // part only; the operator closes the link while the sixth waits.
     int received = 0;
-    const char* const replies[] = {"+PONG", "+PONG", "-ERR", "", "+PO"};
+    const char* const replies[] = {"+PONG", "+PONG", "-ERR", "", "+PO", ""};
     QStringList verdicts;
     f.form.judged().judged = [&](const JudgedSends::Verdict& v) {
         verdicts << QStringLiteral("#%1 %2 %3")
@@ -154,14 +154,15 @@ TEST(Expectations, ARepeatRunsRepliesAreJudgedInOrderAndEachFailureIsLoggedOnVir
             f.device()->send(reply);
         }
     };
+    f.clickAt(610, f.p.cmd_End);
     f.runUntil(1000);
-    EXPECT_EQ(verdicts,
-              (QStringList{"#1 pass 2000", "#2 pass 2000", "#3 fail what came cannot match",
-                           "#4 fail nothing came within 50 ms", "#5 fail no whole match came within 50 ms"}));
+    EXPECT_EQ(verdicts, (QStringList{"#1 pass 2000", "#2 pass 2000", "#3 fail what came cannot match",
+                                     "#4 fail nothing came within 50 ms",
+                                     "#5 fail no whole match came within 50 ms", "#6 fail the link ended"}));
     EXPECT_EQ(f.rows().filter("Expect Fail"),
               (QStringList{"[10:00:00.302] : Expect Fail", "[10:00:00.450] : Expect Fail",
-                           "[10:00:00.550] : Expect Fail"}));
-    EXPECT_EQ(heads(fileBytes(f.p.txt_Logfile.text())).filter("Expect Fail").size(), 3)
+                           "[10:00:00.550] : Expect Fail", "[10:00:00.610] : Expect Fail"}));
+    EXPECT_EQ(heads(fileBytes(f.p.txt_Logfile.text())).filter("Expect Fail").size(), 4)
         << "filed at List + File";
 }
 

@@ -97,8 +97,18 @@ std::function<void()> FrmSimulator::dialOut(Button& button, std::function<void()
     return [this, &button, handler = std::move(handler)] { link_.waits().dialOut(button, handler); };
 }
 
+FrmSimulator::~FrmSimulator() {
+    // The sockets outlive the handlers: a close while they go must tell nobody.
+    panel_.Client_Socket.events.linkChanged = nullptr;
+    panel_.Server_Socket.events.linkChanged = nullptr;
+}
+
 void FrmSimulator::wireSockets() {
     Panel& p = panel_;
+    // Sends still waiting for their replies fail the moment their link ends.
+    for (Socket* socket : {&p.Client_Socket, &p.Server_Socket}) {
+        socket->events.linkChanged = [this, socket] { judged_.linkChanged(*socket); };
+    }
     // Socket events enter the form like any other event.
     p.Client_Socket.events.dataArrival = [this](std::int32_t n) {
         panel_.dispatch([this, n] { link_.Client_Socket_DataArrival(n); });

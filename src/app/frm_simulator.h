@@ -25,6 +25,9 @@ namespace sim {
 class FrmSimulator {
 public:
     explicit FrmSimulator(const Platform& platform);
+    ~FrmSimulator();
+    FrmSimulator(const FrmSimulator&) = delete;
+    FrmSimulator& operator=(const FrmSimulator&) = delete;
 
     // Form_Load, then the first Resize of the window being shown.
     void load();

@@ -46,6 +46,13 @@ void JudgedSends::heard(Socket& socket, const Bytes& bytes) {
         QByteArrayView(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()))));
 }
 
+void JudgedSends::linkChanged(Socket& socket) {
+    if (judge_ && &socket == socket_ && socket.linkNumber() != link_) {
+        link_ = socket.linkNumber();
+        settle(judge_->linkEnded(clock_.monotonicMicroseconds()));
+    }
+}
+
 void JudgedSends::settle(const std::vector<Verdict>& verdicts) {
     for (const Verdict& v : verdicts) {
         if (v.expected != nullptr && !v.passed) {

@@ -23,6 +23,8 @@ public:
 
     void sent(Socket& socket, int step);
     void heard(Socket& socket, const Bytes& bytes);
+    // A link of `socket` began or ended: what waits on the link that ended fails at once.
+    void linkChanged(Socket& socket);
 
     // Told of each send decided, after its failure (if any) was written to the log.
     std::function<void(const Verdict&)> judged;

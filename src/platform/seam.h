@@ -96,6 +96,9 @@ struct SocketEvents {
     std::function<void(std::int32_t requestId)> connectionRequest;
     std::function<void()> close; // the peer closed
     std::function<void(int number, const QString& description, const QString& source)> error;
+    // No event of the socket's own: told at once, from inside the call that did it, whenever a link
+    // begins or ends (a close, a connect, an accept).
+    std::function<void()> linkChanged;
 };
 
 // A stream socket with an event interface. Calls that cannot be done raise RuntimeFailure with a
