@@ -33,7 +33,7 @@ struct Unattended {
         EXPECT_EQ(parsed->applyTo(p), std::nullopt);
         run = std::make_unique<AutomatedRun>(
             form, sim.scheduler, sim.scheduler, verdict, plan,
-            AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}});
+            AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}, {}});
     }
     // Runs until the program closes (ended at once, as by a signal at start-up), or fails a minute on.
     void go(bool endAtOnce = false) {
@@ -104,7 +104,7 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
     }
     RunVerdict closed;
     closed.ending();
-    closed.failure();
+    closed.failure(QStringLiteral("Connection Fail"));
     EXPECT_EQ(closed.exitStatus(), 0) << "what comes after the Close does not count";
 }
 

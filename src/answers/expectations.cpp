@@ -166,7 +166,6 @@ QString ExpectationJudge::summary() const {
 }
 
 QString describeFailure(const ExpectationJudge::Verdict& v, Format format) {
-    static constexpr const char* kKinds[] = {"exact", "starts", "contains", "regex"};
     QString came;
     if (format == Format::Hex) {
         came = QString::fromLatin1(v.came.toHex(' ').toUpper());
@@ -186,7 +185,7 @@ QString describeFailure(const ExpectationJudge::Verdict& v, Format format) {
                              : v.why;
     return QStringLiteral("expect fail: %1 at %2: expected %3 (%4): %5")
         .arg(send, v.stamp, v.expected != nullptr ? v.expected->pattern : QString(),
-             QLatin1String(v.expected != nullptr ? kKinds[static_cast<int>(v.expected->kind)] : ""), what);
+             QLatin1String(v.expected != nullptr ? matchKindName(v.expected->kind) : ""), what);
 }
 
 } // namespace sim::answers

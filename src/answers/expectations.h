@@ -33,6 +33,9 @@ private:
     qint64 max_ = 0;
 };
 
+// How long a reply may take unless a profile says otherwise, in milliseconds.
+inline constexpr int kDefaultWithinMs = 1000;
+
 // What must come back after a send: a rule's pattern, written as the profile wrote it.
 struct Expectation {
     Rule rule;

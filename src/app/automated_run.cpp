@@ -19,12 +19,21 @@ AutomatedRun::AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& ti
           grace_->stop();
           close();
       })) {
-    form_.log().failed = [this](Failure) { verdict_.failure(); };
+    form_.log().failed = [this](Failure, const QString& text) { verdict_.failure(text); };
     form_.panel().List1.rowAdded = output_.row;
     form_.judged().judged = [this](const JudgedSends::Verdict& v) {
-        if (v.expected != nullptr && !v.passed && output_.note) {
-            const bool hex = form_.panel().opt_HexA.value();
-            output_.note(answers::describeFailure(v, hex ? answers::Format::Hex : answers::Format::Ascii));
+        if (v.expected == nullptr) {
+            return;
+        }
+        const bool hex = form_.panel().opt_HexA.value();
+        const QString line =
+            v.passed ? QString()
+                     : answers::describeFailure(v, hex ? answers::Format::Hex : answers::Format::Ascii);
+        if (!v.passed && output_.note) {
+            output_.note(line);
+        }
+        if (output_.judged) {
+            output_.judged(v, line);
         }
     };
 }
@@ -58,12 +67,13 @@ void AutomatedRun::pressStart() {
     }
     Button& button = startButton();
     if (!button.takesInput()) {
+        const QString why =
+            QStringLiteral("--start: the button \"%1\" cannot be pressed on this panel")
+                .arg(QString(button.caption()).replace(QStringLiteral("&&"), QStringLiteral("&")));
         if (output_.note) {
-            output_.note(
-                QStringLiteral("--start: the button \"%1\" cannot be pressed on this panel")
-                    .arg(QString(button.caption()).replace(QStringLiteral("&&"), QStringLiteral("&"))));
+            output_.note(why);
         }
-        verdict_.failure();
+        verdict_.failure(why);
         return;
     }
     start_ = Start::Running;

@@ -73,7 +73,8 @@ void FrmSimulator::wire() {
     // listening loop inside the first: it is ignored, and the running loop goes on.
     link_.listeningBranch = [this] { return server_.listen(); };
     link_.sentByRun = [this](Socket& socket, int step) { judged_.sent(socket, step); };
-    link_.heard = [this](Socket& socket, const Bytes& bytes) { judged_.heard(socket, bytes); };
+    link_.arriving = [this](Socket& socket, const Bytes& bytes) { judged_.arriving(socket, bytes); };
+    link_.arrived = [this] { judged_.arrived(); };
     p.Cmd_Start.Click = dialOut(p.Cmd_Start, [this] {
         if (!server_.listening()) {
             link_.Cmd_Start_Click();

@@ -194,10 +194,11 @@ std::optional<ExpectKey> expectKey(const QString& key) {
     return ExpectKey{m.capturedLength(1) > 0 ? m.captured(1).toInt() : -1, m.captured(2)};
 }
 
-const std::pair<const char*, answers::MatchKind> kMatchKinds[] = {{"exact", answers::MatchKind::Exact},
-                                                                  {"starts", answers::MatchKind::Starts},
-                                                                  {"contains", answers::MatchKind::Contains},
-                                                                  {"regex", answers::MatchKind::Regex}};
+// The kind a `match` key names: exact when there is none.
+answers::MatchKind kindOf(const Profile::Entry* match) {
+    return match != nullptr ? answers::matchKindNamed(match->value).value_or(answers::MatchKind::Exact)
+                            : answers::MatchKind::Exact;
+}
 
 } // namespace
 
@@ -449,7 +450,7 @@ std::optional<QString> Profile::readExpectations(const Panel& panel,
         const Entry* match = nullptr;
     };
     std::map<int, Texts> byStep; // -1: every send's
-    int withinMs = 1000;
+    int withinMs = answers::kDefaultWithinMs;
     for (const Entry& entry : entries_) {
         const auto key = expectKey(entry.key);
         if (!key) {
@@ -472,9 +473,7 @@ std::optional<QString> Profile::readExpectations(const Panel& panel,
         if (key->step >= 0 && panel.chkMode.value() == 0) {
             return where(entry) + QStringLiteral(": a step's expectation needs program mode (chkMode=true)");
         }
-        if (key->field == QLatin1String("match") &&
-            std::none_of(std::begin(kMatchKinds), std::end(kMatchKinds),
-                         [&](const auto& k) { return entry.value == QLatin1String(k.first); })) {
+        if (key->field == QLatin1String("match") && !answers::matchKindNamed(entry.value)) {
             return where(entry) +
                    QStringLiteral(": '%1' is no kind of match; use exact, starts, contains or regex")
                        .arg(entry.value);
@@ -488,12 +487,7 @@ std::optional<QString> Profile::readExpectations(const Panel& panel,
         if (t.when == nullptr) {
             return where(*t.match) + QStringLiteral(": a match needs the pattern it is for");
         }
-        auto kind = answers::MatchKind::Exact;
-        for (const auto& [name, k] : kMatchKinds) {
-            if (t.match != nullptr && t.match->value == QLatin1String(name)) {
-                kind = k;
-            }
-        }
+        const auto kind = kindOf(t.match);
         QString why;
         auto rule = answers::Rule::make(format, kind, t.when->value, QString(), &why);
         if (!rule) {
@@ -524,9 +518,7 @@ std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerS
             return where(entry) +
                    QStringLiteral(": more than %1 rules; answer1 to answer%1 can be set").arg(kMostRules);
         }
-        if (key->field == QLatin1String("match") &&
-            std::none_of(std::begin(kMatchKinds), std::end(kMatchKinds),
-                         [&](const auto& k) { return entry.value == QLatin1String(k.first); })) {
+        if (key->field == QLatin1String("match") && !answers::matchKindNamed(entry.value)) {
             return where(entry) +
                    QStringLiteral(": '%1' is no kind of match; use exact, starts, contains or regex")
                        .arg(entry.value);
@@ -568,12 +560,7 @@ std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerS
             return where(any) +
                    QStringLiteral(": a rule needs both answer%1.when and answer%1.send").arg(number);
         }
-        auto kind = answers::MatchKind::Exact;
-        for (const auto& [name, k] : kMatchKinds) {
-            if (r.match != nullptr && r.match->value == QLatin1String(name)) {
-                kind = k;
-            }
-        }
+        const auto kind = kindOf(r.match);
         QString why;
         bool inReply = false;
         auto rule = answers::Rule::make(format, kind, r.when->value, r.send->value, &why, &inReply);

@@ -2,6 +2,9 @@
 
 #include "panel/texts.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace sim {
 
 JudgedSends::JudgedSends(Panel& panel, LogBook& log, Clock& clock, TimerFactory& timers)
@@ -36,14 +39,26 @@ void JudgedSends::sent(Socket& socket, int step) {
     rearm();
 }
 
-void JudgedSends::heard(Socket& socket, const Bytes& bytes) {
+void JudgedSends::arriving(Socket& socket, const Bytes& bytes) {
     if (!judge_) {
         return;
     }
     followLink(socket);
-    settle(judge_->arrived(
+    arrival_ = judge_->arrived(
         clock_.monotonicMicroseconds(),
-        QByteArrayView(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()))));
+        QByteArrayView(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())));
+}
+
+void JudgedSends::arrived() {
+    if (judge_) {
+        settle(std::exchange(arrival_, {}));
+    }
+}
+
+const JudgedSends::Verdict* JudgedSends::replyOfArrival() const {
+    const auto first = std::find_if(arrival_.begin(), arrival_.end(),
+                                    [](const Verdict& v) { return v.replyUs.has_value(); });
+    return first == arrival_.end() ? nullptr : &*first;
 }
 
 void JudgedSends::linkChanged(Socket& socket) {
@@ -56,7 +71,9 @@ void JudgedSends::linkChanged(Socket& socket) {
 void JudgedSends::settle(const std::vector<Verdict>& verdicts) {
     for (const Verdict& v : verdicts) {
         if (v.expected != nullptr && !v.passed) {
+            failing_ = &v;
             log_.statusLine(log_.stamp(), texts::kExpectFail, Filed::AtListPlusFile);
+            failing_ = nullptr;
         }
         if (judged) {
             judged(v);

@@ -22,7 +22,14 @@ public:
     const answers::ExpectationJudge* judge() const { return judge_.get(); }
 
     void sent(Socket& socket, int step);
-    void heard(Socket& socket, const Bytes& bytes);
+    // An arrival is judged before its record is written, so the record can carry the reply it completed;
+    // what it decided is told once the record is written.
+    void arriving(Socket& socket, const Bytes& bytes);
+    void arrived();
+    // The first send the arrival being recorded completed, if any.
+    const Verdict* replyOfArrival() const;
+    // The failed send whose Expect Fail line is being written, if any.
+    const Verdict* failing() const { return failing_; }
     // A link of `socket` began or ended: what waits on the link that ended fails at once.
     void linkChanged(Socket& socket);
 
@@ -40,6 +47,8 @@ private:
     Clock& clock_;
     std::unique_ptr<answers::ExpectationJudge> judge_;
     std::unique_ptr<PlatformTimer> deadline_;
+    std::vector<Verdict> arrival_; // what the arrival being recorded decided
+    const Verdict* failing_ = nullptr;
     Socket* socket_ = nullptr;
     unsigned link_ = 0;
 };

@@ -34,8 +34,12 @@ public:
     // Told of each send the run makes (a manual send, a repeat tick, a program step; never an answer)
     // once its bytes were handed to `socket`; `step` is the program step, or -1.
     std::function<void(Socket& socket, int step)> sentByRun;
-    // Told of each arrival on the socket that holds the link, before it is answered.
-    std::function<void(Socket& socket, const Bytes& bytes)> heard;
+    // Told of each arrival on the socket that holds the link: `arriving` before its record is written,
+    // `arrived` once it is (and before it is answered).
+    std::function<void(Socket& socket, const Bytes& bytes)> arriving;
+    std::function<void()> arrived;
+    // The record of an arrival, between the two.
+    void logArrival(Socket& socket, const Bytes& bytes, int count);
     void tellSent(Socket& socket, int step) {
         if (sentByRun) {
             sentByRun(socket, step);

@@ -16,6 +16,7 @@ namespace sim {
 class DirectAppender : public FileAppender {
 public:
     void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) override;
+    void write(OutputFile& output, QByteArray bytes) override;
     void flush() override {}
 };
 
@@ -34,6 +35,7 @@ public:
     AppendQueue& operator=(const AppendQueue&) = delete;
 
     void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) override;
+    void write(OutputFile& output, QByteArray bytes) override;
     void flush() override;
 
 private:
@@ -42,9 +44,11 @@ private:
         QString folder;
         MakeFolder how;
         QByteArray bytes;
+        OutputFile* output = nullptr; // instead of the file
     };
+    void push(Text text);
     void run();
-    static void write(const std::vector<Text>& texts);
+    static void writeTexts(const std::vector<Text>& texts);
 
     std::mutex mutex_;
     std::condition_variable wake_;    // texts to write, or the end

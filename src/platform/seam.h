@@ -195,6 +195,7 @@ public:
 
 // Appends text to files, for the logs: each file is opened in append mode, written and closed again, so
 // no file stays open between two writes. The order of what is handed over is the order in each file.
+class OutputFile;
 class FileAppender {
 public:
     // How a missing folder is made before the text is tried once more: the whole path, or its last
@@ -205,6 +206,8 @@ public:
     // the whole text with its line ends. A file that cannot be written loses the text, and nothing
     // is reported.
     virtual void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) = 0;
+    // Writes `bytes` to an output the run keeps open, in order with the texts appended.
+    virtual void write(OutputFile& output, QByteArray bytes) = 0;
     // Returns once everything handed over so far has been written (or lost).
     virtual void flush() = 0;
 };
