@@ -3,7 +3,16 @@
 
 #include "app/automated_run.h"
 #include "app/profile.h"
+#include "app/run_outputs.h"
+#include "support/files.h"
 #include "support/sim_form.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
+
+#include <map>
 
 #include <gtest/gtest.h>
 
@@ -19,10 +28,12 @@ struct Unattended {
                        sim.folders, sim.browser, sim.files}};
     Panel& p = form.panel();
     QStringList printed;
+    QStringList notes; // what standard error gets
+    std::unique_ptr<RunOutputs> outputs;
     std::unique_ptr<AutomatedRun> run;
 
     // The destination is the device on 127.0.0.1:4000; the profile's lines are separated by blanks.
-    Unattended(const char* profile, AutomatedRun::Plan plan) {
+    Unattended(const char* profile, AutomatedRun::Plan plan, RunOutputs::Files files = {}) {
         form.load();
         pointAtLoopback(p, 4000);
         sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
@@ -30,10 +41,22 @@ struct Unattended {
         const auto parsed = Profile::parse(QString::fromLatin1(profile).replace(u' ', u'\n'),
                                            QStringLiteral("run.ini"), &error);
         EXPECT_TRUE(parsed) << error.toStdString();
-        EXPECT_EQ(parsed->applyTo(p), std::nullopt);
+        EXPECT_EQ(parsed->applyTo(form), std::nullopt);
+        const auto note = [this](const QString& line) { notes << line; };
+        outputs = std::make_unique<RunOutputs>(form, sim.platform(), std::move(files), note);
+        EXPECT_EQ(outputs->open(), std::nullopt);
+        dialogs.opened = [this](const QString& text) { outputs->messageBox(text); };
         run = std::make_unique<AutomatedRun>(
             form, sim.scheduler, sim.scheduler, verdict, plan,
-            AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}, {}});
+            AutomatedRun::Output{
+                [this](const QString& row) { printed << row; }, note,
+                [this](const JudgedSends::Verdict& v, const QString& line) { outputs->judged(v, line); }});
+    }
+    // The run's exit status once its outputs are written.
+    int finish() {
+        const auto* judge = form.judged().judge();
+        return outputs->finish(verdict.exitStatus(), verdict.why(),
+                               judge != nullptr && judge->sends() > 0 ? judge->summary() : QString());
     }
     // Runs until the program closes (ended at once, as by a signal at start-up), or fails a minute on.
     void go(bool endAtOnce = false) {
@@ -123,6 +146,136 @@ TEST(AutomatedRun, AStartHandlerThatDoesNotReturnIsCutShortAfterTheGrace) {
     };
     f.go();
     EXPECT_EQ(quitAt, 6000) << "five seconds of grace after the end";
+}
+
+// A repeat run that sends every 10 ms to a device that answers 25 ms later, so three sends wait at once.
+// The device cuts one reply in two, glues two together, answers one too late (the next send takes that
+// reply) and one wrong. Each failure is told on standard error and fails the run; the records carry every
+// reply time, exact on virtual time, and the report a case a send.
+TEST(JudgedRun, PipelinedSendsAreJudgedInOrderAndTheRecordsAndReportHearEveryVerdict) {
+    const QTemporaryDir folder;
+    const QString records = folder.filePath("records.jsonl"), report = folder.filePath("report.xml");
+    Unattended f("opt_Send_Only=true com_Timegap=0.01 com_Count=8 txt_Data_Input=PING expect.when=+PONG "
+                 "expect.within=40 opt_None=true",
+                 {true, 1000}, {records, report, QStringLiteral("pings")});
+    f.sim.network.latency = 0;
+    // Each send's replies, ms after it: none to 3 (glued to 4's) nor to 6 (5's, 45 ms late, comes in its
+    // time).
+    const std::map<int, std::vector<std::pair<Ms, const char*>>> replies = {
+        {1, {{25, "+PONG"}}},      {2, {{25, "+PO"}, {27, "NG"}}},
+        {4, {{25, "+PONG+PONG"}}}, {5, {{45, "+PONG"}}},
+        {7, {{26, "-ERR"}}},       {8, {{25, "+PONG"}}}};
+    int n = 0;
+    f.sim.scheduler.at(1, [&] {
+        f.sim.network.lastLink()->onReceive = [&](const Bytes&) {
+            auto device = f.sim.network.lastLink();
+            const auto it = replies.find(++n);
+            for (const auto& [after, text] : it != replies.end() ? it->second : decltype(it->second){}) {
+                f.sim.scheduler.at(f.sim.scheduler.now() + after,
+                                   [device, text = text] { device->send(text); });
+            }
+        };
+    });
+    f.go();
+    EXPECT_EQ(f.verdict.exitStatus(), 1);
+    EXPECT_EQ(f.finish(), 1);
+    EXPECT_EQ(
+        f.notes,
+        (QStringList{"expect fail: send 5 at 10:00:00.050: expected +PONG (exact): nothing came within 40 ms",
+                     "expect fail: send 7 at 10:00:00.070: expected +PONG (exact): what came cannot match; "
+                     "came 4 bytes: -ERR"}));
+    EXPECT_EQ(
+        f.form.judged().judge()->summary(),
+        "summary: 8 sends, 6 replies, 6 expectations passed, 2 failed; reply time ms: min 25.000, median "
+        "25.024, 99th percentile 34.944, max 35.000")
+        << "percentiles within 1%";
+    // At level None the list has no record; the records hear everything all the same.
+    EXPECT_EQ(f.p.List1.rows().filter("byte]").size(), 0);
+    QStringList heard;
+    for (const QByteArray& line : fileBytes(records).split('\n')) {
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        if (line.isEmpty() || o.value("kind") == "send") {
+            continue;
+        }
+        heard << QStringLiteral("%1 %2 %3 %4 %5")
+                     .arg(o.value("time").toString().mid(17, 6), o.value("kind").toString(),
+                          o.value("text").toString())
+                     .arg(o.value("reply_us").toInt(-1))
+                     .arg(o.value("expect").toString() + o.value("why").toString());
+    }
+    EXPECT_EQ(heard, (QStringList{"00.000 status Connection Success -1 ", "00.035 recv +PONG 25000 pass",
+                                  "00.045 recv +PO -1 ", "00.047 recv NG 27000 pass",
+                                  "00.065 recv +PONG+PONG 35000 pass",
+                                  "00.090 status Expect Fail -1 failnothing came within 40 ms",
+                                  "00.095 recv +PONG 35000 pass", "00.096 recv -ERR -1 ",
+                                  "00.096 status Expect Fail -1 failwhat came cannot match",
+                                  "00.105 recv +PONG 25000 pass", "01.000 status Client Disconnected -1 "}));
+    QStringList cases;
+    QXmlStreamReader xml(fileBytes(report));
+    while (!xml.atEnd()) {
+        if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == u"testcase") {
+            cases << xml.attributes().value("name").toString() + ' ' +
+                         xml.attributes().value("time").toString();
+        } else if (xml.tokenType() == QXmlStreamReader::StartElement && xml.name() == u"failure") {
+            cases.back() += " failed";
+        }
+    }
+    EXPECT_FALSE(xml.hasError()) << xml.errorString().toStdString();
+    EXPECT_EQ(cases, (QStringList{"send 1 0.025000", "send 2 0.027000", "send 3 0.035000", "send 4 0.025000",
+                                  "send 5 0.000000 failed", "send 6 0.035000", "send 7 0.000000 failed",
+                                  "send 8 0.025000"}));
+}
+
+// The outputs only listen: a run asked for them shows and logs what the same run shows and logs without
+// them. One that cannot be opened stops the run before it begins; one whose write fails is told once and
+// fails the run, which goes on to its end.
+TEST(JudgedRun, OutputsChangeNothingTheRunLogsAndAFailingOneFailsTheRunOnly) {
+    const QTemporaryDir folder;
+    QStringList rows;
+    QByteArray logged;
+    for (const bool outputs : {false, true}) {
+        SCOPED_TRACE(outputs);
+        const QString log = folder.filePath(outputs ? "with.dat" : "without.dat");
+        RunOutputs::Files files;
+        if (outputs) {
+            files = {QStringLiteral("/dev/full"), folder.filePath("report.xml"), QStringLiteral("run")};
+        }
+        Unattended f(("opt_Send_Only=true com_Timegap=0.1 com_Count=3 txt_Data_Input=hi Opt_List_File=true "
+                      "txt_Logfile=" +
+                      log)
+                         .toLatin1(),
+                     {true, 1000}, files);
+        f.sim.network.latency = 0;
+        f.sim.scheduler.at(150, [&] { f.sim.network.lastLink()->send("yo"); });
+        f.go();
+        EXPECT_EQ(f.verdict.exitStatus(), 0);
+        EXPECT_EQ(f.finish(), outputs ? 1 : 0);
+        const QStringList told{"--records /dev/full: a write failed (No space left on device); nothing more "
+                               "is written to it"};
+        EXPECT_EQ(f.notes, outputs ? told : QStringList());
+        if (!outputs) {
+            rows = f.printed;
+            logged = fileBytes(log);
+            EXPECT_EQ(f.form.judged().judge(), nullptr) << "nothing is judged";
+        } else {
+            EXPECT_EQ(f.printed, rows);
+            EXPECT_EQ(fileBytes(log), logged);
+            EXPECT_TRUE(
+                fileBytes(folder.filePath("report.xml")).contains(R"(<testcase classname="run" name="run")"));
+        }
+    }
+    EXPECT_EQ(rows.filter("byte]").size(), 4) << "three sends and an arrival";
+    SimPlatform sim;
+    FrmSimulator form(sim.platform());
+    for (const auto& [records, report] :
+         {std::pair{folder.path() + "/no/such/folder", QString()}, std::pair{QString(), folder.path()}}) {
+        RunOutputs outputs(form, sim.platform(), {records, report, "run"}, [](const QString&) {});
+        const auto wrong = outputs.open();
+        ASSERT_TRUE(wrong);
+        EXPECT_TRUE(wrong->startsWith((records.isEmpty() ? "--report " + report : "--records " + records) +
+                                      ": cannot be written: "))
+            << wrong->toStdString();
+    }
 }
 
 TEST(AutomatedRun, ARowIsPrintedOnOneLine) {

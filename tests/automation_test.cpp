@@ -363,6 +363,30 @@ TEST_F(Program, AJudgedRunPassesOrFailsByItsRepliesAndWritesAReportAndRecordsToo
     }
 }
 
+// Records to a reader that goes away (`--records - | head`): the run goes on to its end and its log file.
+TEST_F(Program, RecordsToAReaderThatWentAwayFailTheRunButNotItsLog) {
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+    const QString log = root.filePath(QStringLiteral("run.dat"));
+    QProcess head;
+    process.setStandardOutputProcess(&head);
+    head.start(QStringLiteral("head"), {QStringLiteral("-n2")});
+    start(destination(server.serverPort()) + QStringList{"opt_Send_Only=true", "com_Timegap=0.05",
+                                                         "com_Count=10", "txt_Data_Input=ping",
+                                                         "opt_File=true", "txt_Logfile=" + log},
+          {"--start", "--duration=0.8", "--records", "-"});
+    EXPECT_EQ(finish(), 1) << err.toStdString();
+    head.waitForFinished(1000);
+    EXPECT_EQ(head.readAllStandardOutput().count("\"kind\""), 2);
+    EXPECT_EQ(err,
+              "traffic_simulator: --records -: a write failed (Broken pipe); nothing more is written to it\n"
+              "traffic_simulator: summary: 10 sends, 0 replies, 0 expectations passed, 0 failed; reply time "
+              "ms: min 0.000, median 0.000, 99th percentile 0.000, max 0.000\n");
+    QFile logged(log);
+    ASSERT_TRUE(logged.open(QIODevice::ReadOnly));
+    EXPECT_EQ(logged.readAll().count("] : Send [4 byte] : ping\r\n"), 10);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
