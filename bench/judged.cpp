@@ -229,20 +229,19 @@ private:
     std::thread thread_;
 };
 
-// The median of 1,000 round trips of PING CR LF answered +PONG CR LF between two threads of this
-// process over 127.0.0.1, in ms.
-double loopbackRoundTrip() {
+// The median of `trips` round trips of PING CR LF answered +PONG CR LF between two threads of this
+// process over 127.0.0.1, in ms, with both threads idle for `pauseMs` before each.
+double loopbackRoundTrip(int trips, int pauseMs) {
     int port = 0;
     const int listener = listenLoopback(port);
-    constexpr int kTrips = 1000;
-    std::thread echo([listener] {
+    std::thread echo([listener, trips] {
         if (!readable(listener, 5000)) {
             return;
         }
         const int fd = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
         noDelay(fd);
         char line[sizeof kPing - 1];
-        for (int i = 0; i < kTrips; ++i) {
+        for (int i = 0; i < trips; ++i) {
             std::size_t got = 0;
             while (got < sizeof line && readable(fd, 5000)) {
                 const ssize_t n = ::recv(fd, line + got, sizeof line - got, 0);
@@ -262,11 +261,12 @@ double loopbackRoundTrip() {
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    std::vector<double> trips;
+    std::vector<double> times;
     if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
         noDelay(fd);
         char back[sizeof kPong - 1];
-        for (int i = 0; i < kTrips; ++i) {
+        for (int i = 0; i < trips; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(pauseMs));
             const auto start = Clock::now();
             if (!sendAll(fd, kPing, sizeof kPing - 1)) {
                 break;
@@ -282,16 +282,16 @@ double loopbackRoundTrip() {
             if (got < sizeof back) {
                 break;
             }
-            trips.push_back(ms(Clock::now() - start));
+            times.push_back(ms(Clock::now() - start));
         }
     }
     ::close(fd);
     echo.join();
     ::close(listener);
-    if (trips.size() < kTrips) {
+    if (times.size() < static_cast<std::size_t>(trips)) {
         giveUp("the loopback round trips did not complete");
     }
-    return median(trips);
+    return median(times);
 }
 
 // A temporary folder holding the program's copy, its home and its working folder; removed at the end.
@@ -398,14 +398,13 @@ Child spawn(const Sandbox& box, const std::vector<std::string>& args, const fs::
     return child;
 }
 
-// Reads the child's standard error and calls `tick` about every 100 ms until the child has ended; returns
-// what it printed there and its exit status (-1 when a signal ended it).
+// Reads the child's standard error and calls `tick` at least every 20 ms until the child has ended;
+// returns what it printed there and its exit status (-1 when a signal ended it).
 std::pair<std::string, int> watch(Child& child, const std::function<void()>& tick) {
     std::string err;
     bool open = true;
     int status = 0;
     bool ended = false;
-    auto nextTick = Clock::now();
     while (open || !ended) {
         checkBudget();
         if (open && readable(child.err, 20)) {
@@ -423,29 +422,29 @@ std::pair<std::string, int> watch(Child& child, const std::function<void()>& tic
             ended = true;
             gChild = -1;
         }
-        if (!ended && Clock::now() >= nextTick) {
+        if (!ended) {
             tick();
-            nextTick += std::chrono::milliseconds(100);
         }
     }
     ::close(child.err);
     return {err, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
 }
 
-// Ends the run once the peer has answered `sends` lines and their replies had half a second to be judged.
-std::function<void()> endWhenAnswered(const Child& child, const Peer& peer, int sends) {
-    return
-        [&child, &peer, sends, answeredAt = std::optional<Clock::time_point>(), signalled = false]() mutable {
-            if (signalled || peer.replies() < sends) {
-                return;
-            }
-            if (!answeredAt) {
-                answeredAt = Clock::now();
-            } else if (Clock::now() - *answeredAt >= std::chrono::milliseconds(500)) {
-                ::kill(child.pid, SIGTERM);
-                signalled = true;
-            }
-        };
+// Ends the run once the peer has answered `sends` lines and their replies had `graceMs` to be judged.
+std::function<void()> endWhenAnswered(const Child& child, const Peer& peer, int sends, int graceMs) {
+    return [&child, &peer, sends, graceMs, answeredAt = std::optional<Clock::time_point>(),
+            signalled = false]() mutable {
+        if (signalled || peer.replies() < sends) {
+            return;
+        }
+        if (!answeredAt) {
+            answeredAt = Clock::now();
+        }
+        if (Clock::now() - *answeredAt >= std::chrono::milliseconds(graceMs)) {
+            ::kill(child.pid, SIGTERM);
+            signalled = true;
+        }
+    };
 }
 
 struct Summary {
@@ -492,7 +491,8 @@ void showOtherErrors(const std::string& err) {
     }
 }
 
-void writeProfile(const fs::path& path, const Sandbox& box, int port, const char* gap, int count) {
+void writeProfile(const fs::path& path, const Sandbox& box, int port, const char* gap,
+                  const std::string& count) {
     std::ofstream profile(path);
     profile << "opt_Server=true\n"
                "opt_HexA=true\n"
@@ -533,15 +533,18 @@ std::pair<bool, bool> outputOptions(const Sandbox& box) {
 bool replyTime(const Sandbox& box) {
     constexpr int kSends = 200;
     constexpr int kHoldMs = 20;
-    const double roundTrip = loopbackRoundTrip();
+    const double roundTrip = loopbackRoundTrip(1000, 0);
+    // What the same round trip costs when both ends wake from an idle wait, as the program and the peer
+    // do between two sends: not the target's reference, only an account of what the difference holds.
+    const double idleRoundTrip = loopbackRoundTrip(100, kHoldMs);
     Peer peer(kHoldMs, kSends);
     const fs::path profile = box.root / "reply.ini";
-    writeProfile(profile, box, peer.port(), "0.1", kSends);
+    writeProfile(profile, box, peer.port(), "0.1", std::to_string(kSends));
     Child child = spawn(box,
                         {"--headless", "--quiet", "--start", "--profile", profile.string(), "--duration",
                          durationFor(kSends * 0.1 + 10)},
                         box.root / "reply.out");
-    const auto [err, status] = watch(child, endWhenAnswered(child, peer, kSends));
+    const auto [err, status] = watch(child, endWhenAnswered(child, peer, kSends, 500));
     const Summary s = summaryOf(err);
     const std::vector<double> holds = peer.holds();
     const double hold = median(holds);
@@ -561,6 +564,8 @@ bool replyTime(const Sandbox& box) {
     std::printf("  peer's median hold           %8.3f ms (its own clock, %zu holds)\n", hold, holds.size());
     std::printf("  difference                   %8.3f ms\n", difference);
     std::printf("  loopback round trip, median  %8.3f ms (1,000 between two threads)\n", roundTrip);
+    std::printf("  the same after 20 ms idle    %8.3f ms (100 round trips, for reference only)\n",
+                idleRoundTrip);
     std::printf("  |difference - round trip|    %8.3f ms (target <= 0.3 ms): %s\n",
                 std::abs(difference - roundTrip), verdict(close));
     return judgedAll && close && status == 0;
@@ -586,7 +591,9 @@ bool memoryFlat(const Sandbox& box, int sends) {
     const fs::path profile = box.root / "memory.ini";
     const fs::path report = box.root / "report.xml";
     const fs::path records = box.root / "records.jsonl";
-    writeProfile(profile, box, peer.port(), "0.001", sends);
+    // A counted run stops at 32,767 sends, the most its 16-bit counter holds: this one runs without a
+    // count and is ended at SIGTERM once the peer has answered every send (--duration is the backstop).
+    writeProfile(profile, box, peer.port(), "0.001", sends <= 32767 ? std::to_string(sends) : "Endless");
     std::vector<std::string> args{"--headless",
                                   "--quiet",
                                   "--start",
@@ -603,8 +610,14 @@ bool memoryFlat(const Sandbox& box, int sends) {
     Child child = spawn(box, args, box.root / "memory.out");
     const int mark = std::min(10'000, sends / 10);
     long atMark = -1, maxAfter = -1, first = -1;
-    auto ender = endWhenAnswered(child, peer, sends);
+    auto ender = endWhenAnswered(child, peer, sends, sends <= 32767 ? 500 : 0);
+    auto nextSample = Clock::now();
     const auto [err, status] = watch(child, [&] {
+        ender();
+        if (Clock::now() < nextSample) {
+            return;
+        }
+        nextSample += std::chrono::milliseconds(100);
         const long rss = rssKbOf(child.pid);
         if (rss < 0) {
             return;
@@ -614,13 +627,14 @@ bool memoryFlat(const Sandbox& box, int sends) {
             atMark = atMark < 0 ? rss : atMark;
             maxAfter = std::max(maxAfter, rss);
         }
-        ender();
     });
     const double wall = std::chrono::duration<double>(Clock::now() - child.started).count();
     const Summary s = summaryOf(err);
     const long growth = maxAfter - atMark;
     const bool flat = atMark > 0 && growth <= 4 * 1024;
-    const bool judgedAll = s.sends == sends && s.replies == sends && s.passed == sends;
+    // Sends still on their way at SIGTERM may add a few, and the one waiting for its reply when the link
+    // closed fails.
+    const bool judgedAll = s.sends >= sends && s.passed >= sends && s.failed <= 1;
 
     std::printf("memory: %d sends of PING CR LF 1 ms apart at level None, answered at once\n", sends);
     if (!hasReport || !hasRecords) {
@@ -632,7 +646,8 @@ bool memoryFlat(const Sandbox& box, int sends) {
     showOtherErrors(err);
     std::printf("  program exit status %d; the peer read %d lines and answered %d\n", status, peer.lines(),
                 peer.replies());
-    std::printf("  every send judged and passed: %s\n", verdict(judgedAll));
+    std::printf("  %d sends or more judged and passed, at most one failed as the run ended: %s\n", sends,
+                verdict(judgedAll));
     const double period = peer.lines() > 1 ? ms(peer.last() - peer.first()) / (peer.lines() - 1) : 0;
     std::printf(
         "  wall time %.1f s (program start to exit); sends arrived over %.1f s, mean period %.4f ms\n", wall,
