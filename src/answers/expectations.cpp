@@ -7,8 +7,9 @@
 namespace sim::answers {
 namespace {
 
-constexpr qint64 kExact = 256;    // times below it have a bucket each
-constexpr int kPerDoubling = 128; // buckets to each doubling above it
+constexpr int kBits = 9;                        // of a time above kExact that pick its bucket
+constexpr int kPerDoubling = 1 << kBits;        // buckets to each doubling
+constexpr qint64 kExact = qint64{kPerDoubling}; // times below it have a bucket each
 constexpr qsizetype kShownBytes = 64;
 
 } // namespace
@@ -18,8 +19,8 @@ std::size_t ReplyTimes::bucketOf(qint64 us) {
         return static_cast<std::size_t>(us);
     }
     const int e = static_cast<int>(std::bit_width(static_cast<quint64>(us))) - 1; // 2^e <= us
-    const auto sub = static_cast<std::size_t>((us >> (e - 7)) & (kPerDoubling - 1));
-    return static_cast<std::size_t>(kExact) + static_cast<std::size_t>(e - 8) * kPerDoubling + sub;
+    const auto sub = static_cast<std::size_t>((us >> (e - kBits)) & (kPerDoubling - 1));
+    return static_cast<std::size_t>(kExact) + static_cast<std::size_t>(e - kBits) * kPerDoubling + sub;
 }
 
 qint64 ReplyTimes::middleOf(std::size_t bucket) {
@@ -27,9 +28,9 @@ qint64 ReplyTimes::middleOf(std::size_t bucket) {
         return static_cast<qint64>(bucket);
     }
     const auto above = bucket - static_cast<std::size_t>(kExact);
-    const int e = 8 + static_cast<int>(above / kPerDoubling);
-    const qint64 low = (kPerDoubling + static_cast<qint64>(above % kPerDoubling)) << (e - 7);
-    return low + (qint64{1} << (e - 7)) / 2;
+    const int e = kBits + static_cast<int>(above / kPerDoubling);
+    const qint64 low = (kPerDoubling + static_cast<qint64>(above % kPerDoubling)) << (e - kBits);
+    return low + (qint64{1} << (e - kBits)) / 2;
 }
 
 void ReplyTimes::add(qint64 us) {
@@ -50,6 +51,9 @@ qint64 ReplyTimes::percentile(double percent) const {
     }
     const auto rank =
         std::max<qint64>(1, static_cast<qint64>(std::ceil(percent / 100.0 * static_cast<double>(count_))));
+    if (rank >= count_) {
+        return max_;
+    }
     qint64 seen = 0;
     for (std::size_t b = 0; b < buckets_.size(); ++b) {
         seen += buckets_[b];
@@ -150,19 +154,28 @@ std::vector<ExpectationJudge::Verdict> ExpectationJudge::linkEnded(qint64 /*now*
     return out;
 }
 
+void ExpectationJudge::cutOff() {
+    cutOff_ += static_cast<int>(std::count_if(
+        waiting_.begin(), waiting_.end(), [](const Waiting& w) { return w.verdict.expected != nullptr; }));
+    waiting_.clear();
+    bytes_.clear();
+}
+
 std::optional<qint64> ExpectationJudge::nextDeadline() const {
     return waiting_.empty() ? std::nullopt : std::optional<qint64>(waiting_.front().deadline);
 }
 
 QString ExpectationJudge::summary() const {
     const auto ms = [](qint64 us) { return QString::number(static_cast<double>(us) / 1000.0, 'f', 3); };
-    return QStringLiteral("summary: %1 sends, %2 replies, %3 expectations passed, %4 failed; reply time ms: "
-                          "min %5, median %6, 99th percentile %7, max %8")
+    const QString cut = cutOff_ > 0 ? QStringLiteral(", %1 cut off by the end").arg(cutOff_) : QString();
+    return QStringLiteral(
+               "summary: %1 sends, %2 replies, %3 expectations passed, %4 failed%5; reply time ms: "
+               "min %6, median %7, 99th percentile %8, max %9")
         .arg(sends_)
         .arg(times_.count())
         .arg(passed_)
         .arg(failed_)
-        .arg(ms(times_.min()), ms(times_.percentile(50)), ms(times_.percentile(99)), ms(times_.max()));
+        .arg(cut, ms(times_.min()), ms(times_.percentile(50)), ms(times_.percentile(99)), ms(times_.max()));
 }
 
 QString describeFailure(const ExpectationJudge::Verdict& v, Format format) {

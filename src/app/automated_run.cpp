@@ -109,6 +109,7 @@ void AutomatedRun::pressEnd() {
     }
     Panel& p = form_.panel();
     Operator& op = form_.op();
+    form_.judged().endOfRun(); // what is past its time fails; a reply still on its way is no failure
     verdict_.ending();
     op.click(p.cmd_End); // a button that cannot be pressed ignores the click, as it would the operator's
     if (p.cmdSendStart.caption() == QLatin1String(texts::kEndCaption)) {

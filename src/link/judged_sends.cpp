@@ -61,6 +61,14 @@ const JudgedSends::Verdict* JudgedSends::replyOfArrival() const {
     return first == arrival_.end() ? nullptr : &*first;
 }
 
+void JudgedSends::endOfRun() {
+    if (judge_) {
+        settle(judge_->due(clock_.monotonicMicroseconds()));
+        judge_->cutOff();
+        rearm();
+    }
+}
+
 void JudgedSends::linkChanged(Socket& socket) {
     if (judge_ && &socket == socket_ && socket.linkNumber() != link_) {
         link_ = socket.linkNumber();
