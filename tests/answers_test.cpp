@@ -166,5 +166,18 @@ TEST(Expectations, ARepeatRunsRepliesAreJudgedInOrderAndEachFailureIsLoggedOnVir
         << "filed at List + File";
 }
 
+TEST(Expectations, ASendWaitingWhenTheDeviceClosesFailsAtOnce) {
+    RepeatRun f("0.1", "Endless", "PING");
+    applyProfile(f, {"expect.when=+PONG"});
+    QStringList verdicts;
+    f.form.judged().judged = [&](const JudgedSends::Verdict& v) {
+        verdicts << QStringLiteral("#%1 %2 at %3").arg(v.send).arg(v.why).arg(f.sim.scheduler.now());
+    };
+    f.op.click(f.p.Cmd_Start);
+    f.at(150, [&] { f.device()->close(); });
+    f.runUntil(180);
+    EXPECT_EQ(verdicts, QStringList{"#1 the link ended at 150"});
+}
+
 } // namespace
 } // namespace sim::test

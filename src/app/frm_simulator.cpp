@@ -124,6 +124,10 @@ void FrmSimulator::wireSockets() {
         panel_.dispatch([this, id] { server_.Server_Socket_ConnectionRequest(id); });
     };
     p.Server_Socket.events.close = [this] { panel_.dispatch([this] { server_.Server_Socket_Close(); }); };
+    // The dialling side has no handler for the device's close; only what waits for a reply hears it.
+    p.Client_Socket.events.close = [this] {
+        panel_.dispatch([this] { judged_.peerClosed(panel_.Client_Socket); });
+    };
     p.Server_Socket.events.dataArrival = [this](std::int32_t n) {
         panel_.dispatch([this, n] { server_.Server_Socket_DataArrival(n); });
     };

@@ -61,6 +61,12 @@ const JudgedSends::Verdict* JudgedSends::replyOfArrival() const {
     return first == arrival_.end() ? nullptr : &*first;
 }
 
+void JudgedSends::peerClosed(Socket& socket) {
+    if (judge_ && &socket == socket_) {
+        followLink(socket);
+    }
+}
+
 void JudgedSends::endOfRun() {
     if (judge_) {
         settle(judge_->due(clock_.monotonicMicroseconds()));

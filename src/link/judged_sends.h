@@ -30,6 +30,8 @@ public:
     const Verdict* replyOfArrival() const;
     // The failed send whose Expect Fail line is being written, if any.
     const Verdict* failing() const { return failing_; }
+    // The device closed its side of `socket`'s link: no reply can come any more.
+    void peerClosed(Socket& socket);
     // The run ends by its own Close: what is past its time fails, what is still in its time is cut off.
     void endOfRun();
     // A link of `socket` began or ended: what waits on the link that ended fails at once.
