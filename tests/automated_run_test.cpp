@@ -7,6 +7,7 @@
 #include "support/files.h"
 #include "support/sim_form.h"
 
+#include <QDateTime>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -276,6 +277,44 @@ TEST(JudgedRun, OutputsChangeNothingTheRunLogsAndAFailingOneFailsTheRunOnly) {
                                       ": cannot be written: "))
             << wrong->toStdString();
     }
+}
+
+// However long the run and whatever its bytes: the first thousand judged sends, then up to a thousand
+// failed ones, then one case that counts the rest; well-formed and under 2 MB.
+TEST(JudgedRun, TheReportListsAThousandSendsAThousandFailuresAndCountsTheRest) {
+    JunitReport report(QStringLiteral("pings"), QDateTime(QDate(2026, 11, 26), QTime(10, 0)));
+    QString worst = QStringLiteral("expect fail: ]]> <&\"'");
+    for (char16_t c = 0; worst.size() < 4000; c = static_cast<char16_t>(c * 7 + 1)) {
+        worst += QChar(c); // controls, surrogates, U+FFFE: what XML cannot carry
+    }
+    for (int n = 1; n <= 5000; ++n) { // send 3 fails, and every odd one after 1000
+        JudgedSends::Verdict v;
+        v.send = n;
+        v.passed = n != 3 && (n <= 1000 || n % 2 == 0);
+        v.replyUs = 1500;
+        report.judged(v, v.passed ? QString() : worst);
+    }
+    const QByteArray xml = report.xml({1, {}, QStringLiteral("summary: 5000 sends"), 6.5});
+    EXPECT_LT(xml.size(), 2'000'000);
+    QXmlStreamReader reader(xml);
+    QStringList cases;
+    int failures = 0;
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == u"testcase") {
+            cases << reader.attributes().value("name").toString();
+        } else if (reader.tokenType() == QXmlStreamReader::StartElement && reader.name() == u"failure") {
+            ++failures;
+        } else if (reader.tokenType() == QXmlStreamReader::StartElement && reader.name() == u"testsuite") {
+            EXPECT_EQ(reader.attributes().value("tests"), u"2001");
+            EXPECT_EQ(reader.attributes().value("failures"), u"1002");
+        }
+    }
+    EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString();
+    EXPECT_EQ(cases.size(), 2001);
+    EXPECT_EQ(failures, 1002);
+    EXPECT_EQ(cases.value(1000), "send 1001");
+    EXPECT_EQ(cases.value(1999), "send 2999");
+    EXPECT_EQ(cases.value(2000), "3000 other sends") << "the passed ones up to 2999, and all from 3000 on";
 }
 
 TEST(AutomatedRun, ARowIsPrintedOnOneLine) {

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <utility>
 
 namespace {
 
@@ -295,9 +296,10 @@ TEST_F(Program, TheStartsExampleDialsAndAnswersAStatusRequestAndEchoesTheRest) {
           {{"\x02"_ba, "\x10\xCC"_ba}, "\x02\x90\x00\x03"_ba}});
 }
 
-// A judged repeat run against a line server of the test's: twenty PINGs, each answered +PONG, or one of
-// them -ERR. The exit status, the line on standard error, the JUnit report as a CI system's reader reads
-// it, and the records as jq reads them: every line parses, and their payloads are the link's own bytes.
+// A judged repeat run against a line server of the test's: twenty PINGs, each answered +PONG and ended
+// after its duration, or one of them -ERR and ended by SIGTERM. The exit status, the line on standard error,
+// the JUnit report as a CI system's reader reads it, and the records as jq reads them: every line parses, and
+// their payloads are the link's own bytes.
 TEST_F(Program, AJudgedRunPassesOrFailsByItsRepliesAndWritesAReportAndRecordsToolsRead) {
     const auto tool = [](const QString& program, const QStringList& arguments) {
         QProcess p;
@@ -320,13 +322,18 @@ TEST_F(Program, AJudgedRunPassesOrFailsByItsRepliesAndWritesAReportAndRecordsToo
         start(destination(server.serverPort()) +
                   QStringList{"opt_HexA=true", "opt_Send_Only=true", "com_Timegap=0.02", "com_Count=20",
                               "txt_Data_Input=50494E470D0A", "expect.when=2B504F4E470D0A"},
-              {"--start", "--quiet", "--duration=1.2", "--report", report, "--records", records});
+              {"--start", "--quiet", wrong ? "--quiet" : "--duration=1.2", "--report", report, "--records",
+               records});
         ASSERT_TRUE(server.waitForNewConnection(5000));
         QTcpSocket* device = server.nextPendingConnection();
         QByteArray heard, said;
+        bool ended = false;
         for (const QDeadlineTimer deadline(5000);
              !deadline.hasExpired() && device->state() == QAbstractSocket::ConnectedState;) {
-            device->waitForReadyRead(50);
+            if (!device->waitForReadyRead(300) && wrong && said.count('\n') == 20 &&
+                !std::exchange(ended, true)) {
+                process.terminate(); // the last reply had 300 ms to be judged
+            }
             heard += device->readAll();
             for (int line = said.count('\n') + 1; line <= heard.count('\n'); ++line) {
                 const QByteArray reply = line == wrong ? "-ERR\r\n" : "+PONG\r\n";

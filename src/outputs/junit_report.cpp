@@ -35,7 +35,9 @@ void JunitReport::judged(const JudgedSends::Verdict& v, const QString& line) {
     c.name = v.step >= 0 ? QStringLiteral("send %1 (step %2)").arg(v.send).arg(v.step)
                          : QStringLiteral("send %1").arg(v.send);
     c.seconds = v.replyUs ? static_cast<double>(*v.replyUs) / 1e6 : 0.0;
-    c.failure = v.passed ? QString() : line;
+    c.failure = v.passed                         ? QString()
+                : line.size() <= kLongestMessage ? line
+                                                 : line.left(kLongestMessage - 1) + QChar(0x2026);
     cases_.push_back(std::move(c));
 }
 
@@ -77,7 +79,7 @@ QByteArray JunitReport::xml(const End& end) const {
             testCase(c.name, c.seconds, c.failure);
         }
         if (rest > 0) {
-            testCase(QStringLiteral("%1 further sends").arg(rest), 0,
+            testCase(QStringLiteral("%1 other sends").arg(rest), 0,
                      restFailed_ > 0 ? QStringLiteral("%1 of them failed").arg(restFailed_) : QString());
         }
     } else {

@@ -18,6 +18,8 @@ class JunitReport {
 public:
     static constexpr int kFirstCases = 1000;
     static constexpr int kMoreFailures = 1000;
+    // A failure's message is cut there (a pattern may be long), so the report stays small.
+    static constexpr qsizetype kLongestMessage = 512;
 
     JunitReport(QString suite, QDateTime started) : suite_(std::move(suite)), started_(std::move(started)) {}
 
