@@ -46,7 +46,7 @@ struct Unattended {
         const auto note = [this](const QString& line) { notes << line; };
         outputs = std::make_unique<RunOutputs>(form, sim.platform(), std::move(files), note);
         EXPECT_EQ(outputs->open(), std::nullopt);
-        dialogs.opened = [this](const QString& text) { outputs->messageBox(text); };
+        outputs->hearBoxes(dialogs);
         run = std::make_unique<AutomatedRun>(
             form, sim.scheduler, sim.scheduler, verdict, plan,
             AutomatedRun::Output{
@@ -227,6 +227,24 @@ TEST(JudgedRun, PipelinedSendsAreJudgedInOrderAndTheRecordsAndReportHearEveryVer
                                   "send 8 0.025000"}));
 }
 
+// A device that never answers fails the run even though every send is within its time when the duration
+// ends it: the end waits up to expect.within for the replies to the sends made before it.
+TEST(JudgedRun, TheEndWaitsForTheRepliesDueSoASilentDeviceFails) {
+    Unattended f("opt_Send_Only=true com_Timegap=0.1 txt_Data_Input=PING expect.when=+PONG expect.within=300",
+                 {true, 1000});
+    Ms closedAt = -1;
+    f.p.cmd_End.Click = [&, click = f.p.cmd_End.Click] { closedAt = f.sim.scheduler.now(), click(); };
+    f.go();
+    EXPECT_EQ(f.verdict.exitStatus(), 1);
+    EXPECT_GE(closedAt, 1201);
+    EXPECT_LE(closedAt, 1201 + AutomatedRun::kRetryMs)
+        << "the last send before the end, at 0.901, had 300 ms";
+    EXPECT_EQ(f.notes.filter("nothing came within 300 ms").size(), 9) << f.notes.join('\n').toStdString();
+    EXPECT_TRUE(f.form.judged().judge()->summary().contains(
+        " 0 expectations passed, 9 failed, 3 cut off by the end;"))
+        << f.form.judged().judge()->summary().toStdString();
+}
+
 // The outputs only listen: a run asked for them shows and logs what the same run shows and logs without
 // them. One that cannot be opened stops the run before it begins; one whose write fails is told once and
 // fails the run, which goes on to its end.
@@ -282,8 +300,8 @@ TEST(JudgedRun, OutputsChangeNothingTheRunLogsAndAFailingOneFailsTheRunOnly) {
 // However long the run and whatever its bytes: the first thousand judged sends, then up to a thousand
 // failed ones, then one case that counts the rest; well-formed and under 2 MB.
 TEST(JudgedRun, TheReportListsAThousandSendsAThousandFailuresAndCountsTheRest) {
-    JunitReport report(QStringLiteral("pings"), QDateTime(QDate(2026, 11, 26), QTime(10, 0)));
-    QString worst = QStringLiteral("expect fail: ]]> <&\"'");
+    JunitReport report(QString(300, u'&'), QDateTime(QDate(2026, 11, 26), QTime(10, 0)));
+    QString worst = QStringLiteral("expect fail: ]]> <&'") + QString(600, u'"'); // escaped six times over
     for (char16_t c = 0; worst.size() < 4000; c = static_cast<char16_t>(c * 7 + 1)) {
         worst += QChar(c); // controls, surrogates, U+FFFE: what XML cannot carry
     }

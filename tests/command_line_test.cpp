@@ -68,6 +68,7 @@ TEST(CommandLine, OpensTheWindowOrReadsARunOrPrintsHelpOrTheVersionOrAUsageError
          "2: traffic_simulator: --print-profile prints and exits; it does not go "
          "with --start, --duration, --report or --records."},
         {"--report=", "2: traffic_simulator: --report needs the name of a file."},
+        {"--report=out --records=./out", "2: traffic_simulator: --report and --records need a file each."},
         {"--report -", "2: traffic_simulator: --report needs the name of a file; only --records writes to "
                        "standard output (-)."},
     };

@@ -66,7 +66,7 @@ TEST(ExpectationJudge, MatchesRepliesToSendsInOrderOnTheStream) {
             } else if (what.startsWith("arrive ")) {
                 got = judge.arrived(at, what.mid(7).toLatin1());
             } else {
-                got = what == "due" ? judge.due(at) : judge.linkEnded(at);
+                got = what == "due" ? judge.due(at) : judge.linkEnded();
             }
             for (const auto& v : got) {
                 verdicts << (v.passed ? QStringLiteral("#%1 pass %2ms").arg(v.send).arg(*v.replyUs / 1000)
@@ -79,8 +79,21 @@ TEST(ExpectationJudge, MatchesRepliesToSendsInOrderOnTheStream) {
     }
 }
 
-// A run's own end cuts off the sends still in their time: neither passed nor failed, only counted.
-TEST(ExpectationJudge, TheEndOfTheRunCutsOffWhatIsStillInItsTime) {
+// Sends without an expectation are answered by the first arrival after them and take none of its bytes,
+// which stay for a send that judges them. A run's own end cuts off the sends still in their time: neither
+// passed nor failed, only counted.
+TEST(ExpectationJudge, SendsWithoutAnExpectationTakeNoBytesAndTheEndCutsOffWhatIsInItsTime) {
+    ExpectationJudge mixed(std::nullopt, {std::nullopt, expecting(MatchKind::Contains, "B")}, 1000);
+    mixed.sent(0, 0);
+    mixed.sent(5'000, 1);
+    mixed.sent(6'000, 0);
+    const auto verdicts = mixed.arrived(10'000, "A\r\nB\r\n");
+    ASSERT_EQ(verdicts.size(), 3U);
+    for (const auto& v : verdicts) {
+        EXPECT_TRUE(v.passed) << v.send;
+    }
+    EXPECT_EQ(*verdicts[2].replyUs, 4'000) << "the first arrival after it";
+
     ExpectationJudge judge(expecting(MatchKind::Exact, "+PONG"), {}, 1000);
     judge.sent(0, -1);
     judge.sent(10'000, -1);
@@ -90,6 +103,24 @@ TEST(ExpectationJudge, TheEndOfTheRunCutsOffWhatIsStillInItsTime) {
     EXPECT_EQ(judge.summary(),
               "summary: 2 sends, 1 replies, 1 expectations passed, 0 failed, 1 cut off by the "
               "end; reply time ms: min 20.000, median 20.000, 99th percentile 20.000, max 20.000");
+}
+
+// What came is shown as a pattern would be written, so it can be copied into one.
+TEST(ExpectationJudge, AFailureShowsWhatCameInTheDataFormat) {
+    const Expectation expected = expecting(MatchKind::Exact, "A");
+    ExpectationJudge::Verdict v;
+    v.send = 2;
+    v.step = 1;
+    v.stamp = "10:00:00.000";
+    v.expected = &expected;
+    v.came = QByteArray("\x1b\\\x80\t\0x", 6);
+    v.cameCount = 70;
+    v.why = "what came cannot match";
+    const QString head =
+        "expect fail: send 2 (step 1) at 10:00:00.000: expected A (exact): what came cannot match; "
+        "came 70 bytes: ";
+    EXPECT_EQ(describeFailure(v, Format::Ascii), head + QString::fromUtf16(u"\\x1B\\\\\u20AC\\t\\0x"));
+    EXPECT_EQ(describeFailure(v, Format::Hex), head + "1B 5C 80 09 00 78");
 }
 
 TEST(ReplyTimes, KeepsPercentilesWithinAThousandthInBoundedMemory) {

@@ -16,9 +16,9 @@ const char* matchKindName(MatchKind kind) {
 }
 
 std::optional<MatchKind> matchKindNamed(QStringView name) {
-    for (int k = 0; k < 4; ++k) {
-        if (name == QLatin1String(kMatchKindNames[k])) {
-            return static_cast<MatchKind>(k);
+    for (const char* const& known : kMatchKindNames) {
+        if (name == QLatin1String(known)) {
+            return static_cast<MatchKind>(&known - kMatchKindNames);
         }
     }
     return std::nullopt;

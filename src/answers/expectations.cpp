@@ -1,5 +1,7 @@
 #include "answers/expectations.h"
 
+#include "platform/code_page.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -64,10 +66,6 @@ qint64 ReplyTimes::percentile(double percent) const {
     return max_;
 }
 
-bool ExpectationJudge::judges() const {
-    return every_ || std::any_of(steps_.begin(), steps_.end(), [](const auto& e) { return e.has_value(); });
-}
-
 void ExpectationJudge::sent(qint64 at, int step, QString stamp) {
     const Expectation* expected = step >= 0 && step < 4 && steps_[step] ? &*steps_[step]
                                   : every_                              ? &*every_
@@ -95,11 +93,13 @@ std::vector<ExpectationJudge::Verdict> ExpectationJudge::arrived(qint64 at, QByt
 }
 
 void ExpectationJudge::decide(qint64 at, std::vector<Verdict>& out) {
-    while (!waiting_.empty() && !bytes_.isEmpty()) {
+    while (!waiting_.empty()) {
         Verdict& head = waiting_.front().verdict;
         if (head.expected == nullptr) {
-            bytes_.clear(); // the first arrival after a send is its reply
-            head.passed = true;
+            head.passed = true; // the first arrival after a send is its reply; its bytes are for the sends
+                                // that judge them
+        } else if (bytes_.isEmpty()) {
+            break;
         } else {
             const Rule::Try t = head.expected->rule.tryOn(bytes_);
             if (t.outcome == Rule::Outcome::Partial && bytes_.size() <= AnswerStream::kMostWaiting) {
@@ -120,6 +120,9 @@ void ExpectationJudge::decide(qint64 at, std::vector<Verdict>& out) {
         passed_ += head.expected != nullptr ? 1 : 0;
         out.push_back(std::move(head));
         waiting_.pop_front();
+    }
+    if (waiting_.empty()) {
+        bytes_.clear(); // judged by none
     }
 }
 
@@ -146,12 +149,18 @@ std::vector<ExpectationJudge::Verdict> ExpectationJudge::due(qint64 now) {
     return out;
 }
 
-std::vector<ExpectationJudge::Verdict> ExpectationJudge::linkEnded(qint64 /*now*/) {
+std::vector<ExpectationJudge::Verdict> ExpectationJudge::linkEnded() {
     std::vector<Verdict> out;
     while (!waiting_.empty()) {
         fail(QStringLiteral("the link ended"), out);
     }
     return out;
+}
+
+bool ExpectationJudge::waitsFor(int upTo) const {
+    return std::any_of(waiting_.begin(), waiting_.end(), [upTo](const Waiting& w) {
+        return w.verdict.send <= upTo && w.verdict.expected != nullptr;
+    });
 }
 
 void ExpectationJudge::cutOff() {
@@ -178,26 +187,47 @@ QString ExpectationJudge::summary() const {
         .arg(cut, ms(times_.min()), ms(times_.percentile(50)), ms(times_.percentile(99)), ms(times_.max()));
 }
 
+QString sendName(const ExpectationJudge::Verdict& v) {
+    return v.step >= 0 ? QStringLiteral("send %1 (step %2)").arg(v.send).arg(v.step)
+                       : QStringLiteral("send %1").arg(v.send);
+}
+
 QString describeFailure(const ExpectationJudge::Verdict& v, Format format) {
     QString came;
     if (format == Format::Hex) {
         came = QString::fromLatin1(v.came.toHex(' ').toUpper());
     } else {
+        // As a pattern in ASCII would be written, so it can be copied into one.
         for (const char b : v.came) {
-            const auto u = static_cast<unsigned char>(b);
-            came += b == '\r'   ? QStringLiteral("\\r")
-                    : b == '\n' ? QStringLiteral("\\n")
-                    : u < 0x20  ? QStringLiteral("\\x%1").arg(u, 2, 16, QLatin1Char('0')).toUpper()
-                                : QString(QChar(u));
+            const auto u = static_cast<std::uint8_t>(b);
+            switch (b) {
+            case '\r':
+                came += QLatin1String("\\r");
+                break;
+            case '\n':
+                came += QLatin1String("\\n");
+                break;
+            case '\t':
+                came += QLatin1String("\\t");
+                break;
+            case '\0':
+                came += QLatin1String("\\0");
+                break;
+            case '\\':
+                came += QLatin1String("\\\\");
+                break;
+            default:
+                came += u < 0x20 || u == 0x7F
+                            ? QStringLiteral("\\x") + QString::number(u, 16).rightJustified(2, u'0').toUpper()
+                            : QString(code_page::fromAnsiByte(u));
+            }
         }
     }
-    const QString send = v.step >= 0 ? QStringLiteral("send %1 (step %2)").arg(v.send).arg(v.step)
-                                     : QStringLiteral("send %1").arg(v.send);
     const QString what = v.cameCount > 0
                              ? QStringLiteral("%1; came %2 bytes: %3").arg(v.why).arg(v.cameCount).arg(came)
                              : v.why;
     return QStringLiteral("expect fail: %1 at %2: expected %3 (%4): %5")
-        .arg(send, v.stamp, v.expected != nullptr ? v.expected->pattern : QString(),
+        .arg(sendName(v), v.stamp, v.expected != nullptr ? v.expected->pattern : QString(),
              QLatin1String(v.expected != nullptr ? matchKindName(v.expected->kind) : ""), what);
 }
 

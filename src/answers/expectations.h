@@ -68,7 +68,6 @@ public:
                      int withinMs)
         : every_(std::move(every)), steps_(std::move(steps)), withinUs_(qint64{withinMs} * 1000) {}
 
-    bool judges() const;
     // A send of the run was handed to the socket at `at`; `step` is its program step, or -1.
     void sent(qint64 at, int step, QString stamp = {});
     // Bytes arrived at `at`: the sends they decide, in order.
@@ -76,16 +75,14 @@ public:
     // The sends whose time ran out by `now`.
     std::vector<Verdict> due(qint64 now);
     // The link ended or is dialled again: every waiting send fails and the stream empties.
-    std::vector<Verdict> linkEnded(qint64 now);
+    std::vector<Verdict> linkEnded();
     // The run ends by its own Close: the sends still in their time are neither passed nor failed.
     void cutOff();
     // When the next waiting send's time runs out.
     std::optional<qint64> nextDeadline() const;
-    const ReplyTimes& times() const { return times_; }
     int sends() const { return sends_; }
-    int passed() const { return passed_; }
-    int failed() const { return failed_; }
-    int cutOffCount() const { return cutOff_; }
+    // Whether a send with an expectation, numbered `upTo` or less, still waits.
+    bool waitsFor(int upTo) const;
     // sends, replies, expectations passed and failed (and cut off, if any), reply times min, median, 99th
     // percentile and max.
     QString summary() const;
@@ -109,6 +106,9 @@ private:
     int cutOff_ = 0;
     ReplyTimes times_;
 };
+
+// "send 12", or "send 12 (step 2)" for a program step.
+QString sendName(const ExpectationJudge::Verdict& verdict);
 
 // A failed send in a line of its own: which send, what was expected and what came (its first bytes in
 // the data format), or that nothing came.

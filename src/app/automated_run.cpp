@@ -102,14 +102,18 @@ void AutomatedRun::pressEnd() {
     if (closed_ || endPressed_) {
         return;
     }
-    if (form_.link().waits().running()) {
-        // A connect or listen wait ends within a second; Close during one would cut it short.
+    if (!judgedUpTo_) {
+        judgedUpTo_ = form_.judged().sends();
+    }
+    // A connect or listen wait ends within a second; Close during one would cut it short. The replies to
+    // the sends made before the end was asked for get their time (expect.within at most).
+    if (form_.link().waits().running() || form_.judged().waitsFor(*judgedUpTo_)) {
         retry_->start(kRetryMs);
         return;
     }
     Panel& p = form_.panel();
     Operator& op = form_.op();
-    form_.judged().endOfRun(); // what is past its time fails; a reply still on its way is no failure
+    form_.judged().endOfRun(); // the sends made while the end waited are cut off
     verdict_.ending();
     op.click(p.cmd_End); // a button that cannot be pressed ignores the click, as it would the operator's
     if (p.cmdSendStart.caption() == QLatin1String(texts::kEndCaption)) {
@@ -128,6 +132,7 @@ void AutomatedRun::close() {
         return;
     }
     closed_ = true;
+    form_.judged().endOfRun();
     verdict_.ending();
     duration_->stop();
     retry_->stop();

@@ -108,6 +108,7 @@ private:
     Start start_ = Start::NotPressed;
     bool ending_ = false;
     bool endPressed_ = false;
+    std::optional<int> judgedUpTo_; // the sends whose replies the end waits for
     bool closed_ = false;
 };
 

@@ -137,6 +137,10 @@ struct Parser {
                 "--print-profile prints and exits; it does not go with --start, --duration, "
                 "--report or --records.");
         }
+        if (!request.report.isEmpty() &&
+            QFileInfo(request.report).absoluteFilePath() == QFileInfo(request.records).absoluteFilePath()) {
+            return QStringLiteral("--report and --records need a file each.");
+        }
         if (request.report == QLatin1String("-")) {
             return QStringLiteral("--report needs the name of a file; only --records writes to standard "
                                   "output (-).");

@@ -96,7 +96,7 @@ int automated(qt::QtPlatform& platform, const cli::RunRequest& request) {
     output.judged = [&outputs](const JudgedSends::Verdict& v, const QString& line) {
         outputs.judged(v, line);
     };
-    dialogs.opened = [&outputs](const QString& text) { outputs.messageBox(text); };
+    outputs.hearBoxes(dialogs);
     AutomatedRun run(form, base.pump, base.timers, verdict, {request.start, request.durationMs}, output);
     form.load();
     std::optional<Profile> profile;

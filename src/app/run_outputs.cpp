@@ -11,6 +11,14 @@ RunOutputs::RunOutputs(FrmSimulator& form, const Platform& platform, Files files
 
 RunOutputs::~RunOutputs() {
     form_.log().heard = nullptr;
+    if (dialogs_ != nullptr) {
+        dialogs_->opened = nullptr;
+    }
+}
+
+void RunOutputs::hearBoxes(WatchedDialogs& dialogs) {
+    dialogs_ = &dialogs;
+    dialogs.opened = [this](const QString& text) { messageBox(text); };
 }
 
 std::unique_ptr<OutputFile> RunOutputs::openFile(const QString& option, const QString& path, QString* error) {
@@ -72,19 +80,23 @@ void RunOutputs::messageBox(const QString& text) {
 }
 
 int RunOutputs::finish(int status, const QString& why, const QString& summary) {
-    if (report_) {
-        JunitReport::End end;
-        end.exitStatus = status;
-        end.why = why;
-        end.summary = summary;
-        end.seconds = static_cast<double>(clock_.monotonicMicroseconds() - startedUs_) / 1e6;
-        appender_.write(*reportFile_, report_->xml(end));
-    }
     appender_.flush();
+    QString failed = why;
     for (const auto* file : {recordsFile_.get(), reportFile_.get()}) {
         if (file != nullptr && file->failed()) {
             status = 1;
+            failed = failed.isEmpty() ? QStringLiteral("%1 could not be written").arg(file->path()) : failed;
         }
+    }
+    if (report_) {
+        JunitReport::End end;
+        end.exitStatus = status;
+        end.why = failed;
+        end.summary = summary;
+        end.seconds = static_cast<double>(clock_.monotonicMicroseconds() - startedUs_) / 1e6;
+        appender_.write(*reportFile_, report_->xml(end));
+        appender_.flush();
+        status = reportFile_->failed() ? 1 : status;
     }
     return status;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/automated_run.h"
 #include "app/frm_simulator.h"
 #include "outputs/junit_report.h"
 #include "outputs/run_records.h"
@@ -32,13 +33,15 @@ public:
     bool any() const { return !files_.records.isEmpty() || !files_.report.isEmpty(); }
 
     void judged(const JudgedSends::Verdict& verdict, const QString& line);
-    void messageBox(const QString& text);
+    // The message boxes of `dialogs` go to the records, until this is gone.
+    void hearBoxes(WatchedDialogs& dialogs);
 
     // The run has ended with `status`: the report is written and every output has reached its file.
     // The run's exit status, failed if an output could not be written.
     int finish(int status, const QString& why, const QString& summary);
 
 private:
+    void messageBox(const QString& text);
     std::unique_ptr<OutputFile> openFile(const QString& option, const QString& path, QString* error);
 
     FrmSimulator& form_;
@@ -51,6 +54,7 @@ private:
     std::unique_ptr<RunRecords> records_;
     std::unique_ptr<JunitReport> report_;
     qint64 startedUs_ = 0;
+    WatchedDialogs* dialogs_ = nullptr;
 };
 
 } // namespace sim

@@ -12,19 +12,17 @@ JudgedSends::JudgedSends(Panel& panel, LogBook& log, Clock& clock, TimerFactory&
           panel_.dispatch([this] {
               deadline_->stop();
               if (socket_ != nullptr) {
-                  followLink(*socket_);
+                  followLink(*socket_, true);
               }
               settle(judge_->due(clock_.monotonicMicroseconds()));
           });
       })) {}
 
-void JudgedSends::followLink(Socket& socket) {
-    const bool ended = socket_ != nullptr &&
-                       (socket_->linkNumber() != link_ || socket_->state() != socket_state::kConnected);
-    if (&socket != socket_ || ended) {
-        if (ended || &socket != socket_) {
-            settle(judge_->linkEnded(clock_.monotonicMicroseconds()));
-        }
+void JudgedSends::followLink(Socket& socket, bool byState) {
+    const bool ended = &socket != socket_ || socket.linkNumber() != link_ ||
+                       (byState && socket.state() != socket_state::kConnected);
+    if (ended) {
+        settle(judge_->linkEnded());
         socket_ = &socket;
         link_ = socket.linkNumber();
     }
@@ -34,7 +32,7 @@ void JudgedSends::sent(Socket& socket, int step) {
     if (!judge_) {
         return;
     }
-    followLink(socket);
+    followLink(socket, true);
     judge_->sent(clock_.monotonicMicroseconds(), step, statusText(log_.stamp(), "").mid(1));
     rearm();
 }
@@ -43,7 +41,8 @@ void JudgedSends::arriving(Socket& socket, const Bytes& bytes) {
     if (!judge_) {
         return;
     }
-    followLink(socket);
+    // By its link only: an arrival queued before an error is judged before what waits fails.
+    followLink(socket, false);
     arrival_ = judge_->arrived(
         clock_.monotonicMicroseconds(),
         QByteArrayView(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())));
@@ -63,7 +62,7 @@ const JudgedSends::Verdict* JudgedSends::replyOfArrival() const {
 
 void JudgedSends::peerClosed(Socket& socket) {
     if (judge_ && &socket == socket_) {
-        followLink(socket);
+        followLink(socket, true);
     }
 }
 
@@ -78,7 +77,7 @@ void JudgedSends::endOfRun() {
 void JudgedSends::linkChanged(Socket& socket) {
     if (judge_ && &socket == socket_ && socket.linkNumber() != link_) {
         link_ = socket.linkNumber();
-        settle(judge_->linkEnded(clock_.monotonicMicroseconds()));
+        settle(judge_->linkEnded());
     }
 }
 

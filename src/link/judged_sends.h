@@ -18,7 +18,11 @@ public:
 
     JudgedSends(Panel& panel, LogBook& log, Clock& clock, TimerFactory& timers);
 
-    void configure(std::unique_ptr<answers::ExpectationJudge> judge) { judge_ = std::move(judge); }
+    void configure(std::unique_ptr<answers::ExpectationJudge> judge) {
+        deadline_->stop();
+        arrival_.clear();
+        judge_ = std::move(judge);
+    }
     const answers::ExpectationJudge* judge() const { return judge_.get(); }
 
     void sent(Socket& socket, int step);
@@ -32,6 +36,9 @@ public:
     const Verdict* failing() const { return failing_; }
     // The device closed its side of `socket`'s link: no reply can come any more.
     void peerClosed(Socket& socket);
+    // How many sends the run has made so far, and whether one of the first `upTo` still waits.
+    int sends() const { return judge_ ? judge_->sends() : 0; }
+    bool waitsFor(int upTo) const { return judge_ && judge_->waitsFor(upTo); }
     // The run ends by its own Close: what is past its time fails, what is still in its time is cut off.
     void endOfRun();
     // A link of `socket` began or ended: what waits on the link that ended fails at once.
@@ -41,8 +48,9 @@ public:
     std::function<void(const Verdict&)> judged;
 
 private:
-    // What waits on a link that has ended fails first.
-    void followLink(Socket& socket);
+    // What waits on a link that has ended (another socket, another link, or with `byState` one no longer
+    // connected) fails first.
+    void followLink(Socket& socket, bool byState);
     void settle(const std::vector<Verdict>& verdicts);
     void rearm();
 

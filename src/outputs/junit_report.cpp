@@ -18,7 +18,29 @@ QString xmlSafe(QString text) {
     return text;
 }
 
+// The text cut so that, escaped in an attribute and in UTF-8, it takes at most `bytes`.
+QString cutToEncoded(const QString& text, qsizetype bytes) {
+    qsizetype used = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t u = text[i].unicode();
+        const qsizetype cost = u == u'"'                                             ? 6
+                               : u == u'&' || u == u'\n' || u == u'\r' || u == u'\t' ? 5
+                               : u == u'<' || u == u'>'                              ? 4
+                               : u < 0x80                                            ? 1
+                               : u < 0x800 || QChar::isSurrogate(u)                  ? 2
+                                                                                     : 3;
+        if (used + cost > bytes - 3) { // room for the ellipsis
+            return text.left(i) + QChar(0x2026);
+        }
+        used += cost;
+    }
+    return text;
+}
+
 } // namespace
+
+JunitReport::JunitReport(const QString& suite, QDateTime started)
+    : suite_(cutToEncoded(xmlSafe(suite), kLongestName)), started_(std::move(started)) {}
 
 void JunitReport::judged(const JudgedSends::Verdict& v, const QString& line) {
     ++judged_;
@@ -32,12 +54,9 @@ void JunitReport::judged(const JudgedSends::Verdict& v, const QString& line) {
         ++listedFailures_;
     }
     Case c;
-    c.name = v.step >= 0 ? QStringLiteral("send %1 (step %2)").arg(v.send).arg(v.step)
-                         : QStringLiteral("send %1").arg(v.send);
+    c.name = answers::sendName(v);
     c.seconds = v.replyUs ? static_cast<double>(*v.replyUs) / 1e6 : 0.0;
-    c.failure = v.passed                         ? QString()
-                : line.size() <= kLongestMessage ? line
-                                                 : line.left(kLongestMessage - 1) + QChar(0x2026);
+    c.failure = v.passed ? QString() : cutToEncoded(xmlSafe(line), kLongestMessage);
     cases_.push_back(std::move(c));
 }
 
@@ -48,14 +67,16 @@ QByteArray JunitReport::xml(const End& end) const {
     w.writeStartDocument();
     const int rest = judged_ - static_cast<int>(cases_.size());
     const bool judgedRun = judged_ > 0;
-    const int tests = judgedRun ? static_cast<int>(cases_.size()) + (rest > 0 ? 1 : 0) : 1;
+    // A run that failed for another reason than its expectations has a case of its own that says so.
+    const bool runCase = !judgedRun || (end.exitStatus != 0 && failed_ == 0);
+    const int tests = static_cast<int>(cases_.size()) + (rest > 0 ? 1 : 0) + (runCase ? 1 : 0);
     const int failures =
-        judgedRun ? failed_ - restFailed_ + (restFailed_ > 0 ? 1 : 0) : (end.exitStatus != 0 ? 1 : 0);
+        failed_ - restFailed_ + (restFailed_ > 0 ? 1 : 0) + (runCase && end.exitStatus != 0 ? 1 : 0);
     const auto seconds = [](double s) { return QString::number(s, 'f', 6); };
 
     w.writeStartElement(QStringLiteral("testsuites"));
     w.writeStartElement(QStringLiteral("testsuite"));
-    w.writeAttribute(QStringLiteral("name"), xmlSafe(suite_));
+    w.writeAttribute(QStringLiteral("name"), suite_);
     w.writeAttribute(QStringLiteral("tests"), QString::number(tests));
     w.writeAttribute(QStringLiteral("failures"), QString::number(failures));
     w.writeAttribute(QStringLiteral("errors"), QStringLiteral("0"));
@@ -64,27 +85,27 @@ QByteArray JunitReport::xml(const End& end) const {
     w.writeAttribute(QStringLiteral("timestamp"), started_.toString(Qt::ISODate));
     const auto testCase = [&](const QString& name, double time, const QString& failure) {
         w.writeStartElement(QStringLiteral("testcase"));
-        w.writeAttribute(QStringLiteral("classname"), xmlSafe(suite_));
+        w.writeAttribute(QStringLiteral("classname"), suite_);
         w.writeAttribute(QStringLiteral("name"), name);
         w.writeAttribute(QStringLiteral("time"), seconds(time));
         if (!failure.isEmpty()) {
             w.writeStartElement(QStringLiteral("failure"));
-            w.writeAttribute(QStringLiteral("message"), xmlSafe(failure));
+            w.writeAttribute(QStringLiteral("message"), failure);
             w.writeEndElement();
         }
         w.writeEndElement();
     };
-    if (judgedRun) {
-        for (const Case& c : cases_) {
-            testCase(c.name, c.seconds, c.failure);
-        }
-        if (rest > 0) {
-            testCase(QStringLiteral("%1 other sends").arg(rest), 0,
-                     restFailed_ > 0 ? QStringLiteral("%1 of them failed").arg(restFailed_) : QString());
-        }
-    } else {
+    for (const Case& c : cases_) {
+        testCase(c.name, c.seconds, c.failure);
+    }
+    if (rest > 0) {
+        testCase(QStringLiteral("%1 other sends").arg(rest), 0,
+                 restFailed_ > 0 ? QStringLiteral("%1 of them failed").arg(restFailed_) : QString());
+    }
+    if (runCase) {
         testCase(QStringLiteral("run"), end.seconds,
-                 end.exitStatus != 0 ? (end.why.isEmpty() ? QStringLiteral("the run failed") : end.why)
+                 end.exitStatus != 0 ? (end.why.isEmpty() ? QStringLiteral("the run failed")
+                                                          : cutToEncoded(xmlSafe(end.why), kLongestMessage))
                                      : QString());
     }
     if (!end.summary.isEmpty()) {

@@ -18,10 +18,12 @@ class JunitReport {
 public:
     static constexpr int kFirstCases = 1000;
     static constexpr int kMoreFailures = 1000;
-    // A failure's message is cut there (a pattern may be long), so the report stays small.
+    // A failure's message and the suite's name are cut to these many bytes as written (a pattern or a
+    // profile's name may be long), so the report stays small.
     static constexpr qsizetype kLongestMessage = 512;
+    static constexpr qsizetype kLongestName = 128;
 
-    JunitReport(QString suite, QDateTime started) : suite_(std::move(suite)), started_(std::move(started)) {}
+    JunitReport(const QString& suite, QDateTime started);
 
     // A send with an expectation was decided; `line` tells a failure as standard error does.
     void judged(const JudgedSends::Verdict& verdict, const QString& line);
