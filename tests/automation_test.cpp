@@ -370,28 +370,44 @@ TEST_F(Program, AJudgedRunPassesOrFailsByItsRepliesAndWritesAReportAndRecordsToo
     }
 }
 
-// Records to a reader that goes away (`--records - | head`): the run goes on to its end and its log file.
-TEST_F(Program, RecordsToAReaderThatWentAwayFailTheRunButNotItsLog) {
-    QTcpServer server;
-    ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
-    const QString log = root.filePath(QStringLiteral("run.dat"));
-    QProcess head;
-    process.setStandardOutputProcess(&head);
-    head.start(QStringLiteral("head"), {QStringLiteral("-n2")});
-    start(destination(server.serverPort()) + QStringList{"opt_Send_Only=true", "com_Timegap=0.05",
-                                                         "com_Count=10", "txt_Data_Input=ping",
-                                                         "opt_File=true", "txt_Logfile=" + log},
-          {"--start", "--duration=0.8", "--records", "-"});
-    EXPECT_EQ(finish(), 1) << err.toStdString();
-    head.waitForFinished(1000);
-    EXPECT_EQ(head.readAllStandardOutput().count("\"kind\""), 2);
-    EXPECT_EQ(err,
-              "traffic_simulator: --records -: a write failed (Broken pipe); nothing more is written to it\n"
-              "traffic_simulator: summary: 10 sends, 0 replies, 0 expectations passed, 0 failed; reply time "
-              "ms: min 0.000, median 0.000, 99th percentile 0.000, max 0.000\n");
-    QFile logged(log);
-    ASSERT_TRUE(logged.open(QIODevice::ReadOnly));
-    EXPECT_EQ(logged.readAll().count("] : Send [4 byte] : ping\r\n"), 10);
+// Records to a reader that goes away (`--records - | head`), or that stops reading: the output ends with a
+// line on standard error, the run goes on to its end and its log file holds every send.
+TEST_F(Program, RecordsToAReaderThatGoesAwayOrStallsFailTheRunButNotItsLog) {
+    const struct {
+        QStringList reader;
+        const char* gap;
+        const char* why;
+    } readers[] = {{{"head", "-n2"}, "0.05", "Broken pipe"},
+                   {{"sleep", "20"}, "0.001", "the reader took nothing for 5 s"}}; // after 64 KiB
+    for (const auto& r : readers) {
+        SCOPED_TRACE(r.why);
+        QTcpServer server;
+        ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+        const QString log = root.filePath(QStringLiteral("run.dat"));
+        QFile::remove(log);
+        QProcess reader;
+        process.setStandardOutputProcess(&reader);
+        reader.start(r.reader.first(), r.reader.mid(1));
+        start(destination(server.serverPort()) +
+                  QStringList{"opt_Send_Only=true", QStringLiteral("com_Timegap=%1").arg(r.gap),
+                              "com_Count=3000", "txt_Data_Input=ping", "opt_File=true", "txt_Logfile=" + log},
+              {"--start", "--duration=1", "--records", "-"});
+        EXPECT_EQ(finish(), 1) << err.toStdString();
+        reader.kill();
+        reader.waitForFinished(1000);
+        EXPECT_EQ(err.count('\n'), 2) << err.toStdString();
+        EXPECT_TRUE(
+            err.contains(QStringLiteral("traffic_simulator: --records -: a write failed (%1); nothing more "
+                                        "is written to it\n")
+                             .arg(r.why)
+                             .toUtf8()))
+            << err.toStdString();
+        const int sends = err.mid(err.indexOf("summary: ")).split(' ').value(1).toInt();
+        EXPECT_GT(sends, 9) << err.toStdString();
+        QFile logged(log);
+        ASSERT_TRUE(logged.open(QIODevice::ReadOnly));
+        EXPECT_EQ(logged.readAll().count("] : Send [4 byte] : ping\r\n"), sends);
+    }
 }
 
 } // namespace

@@ -59,6 +59,12 @@ void AppendQueue::write(OutputFile& output, QByteArray bytes) {
 
 void AppendQueue::push(Text text) {
     std::unique_lock lock(mutex_);
+    if (text.output != nullptr && waitingBytes_ > 0 && waitingBytes_ + text.bytes.size() > kWaitingLimit) {
+        // A run's output never holds the panel: one that cannot keep up ends instead.
+        lock.unlock();
+        text.output->fail(QStringLiteral("more than %1 MiB waited to be written").arg(kWaitingLimit >> 20));
+        return;
+    }
     // A text larger than the limit still goes, alone, once the queue has emptied before it.
     written_.wait(lock,
                   [&] { return waitingBytes_ == 0 || waitingBytes_ + text.bytes.size() <= kWaitingLimit; });

@@ -22,8 +22,9 @@ public:
 
 // Writes on a thread of its own, so that the logging thread hands a line over and goes on. The texts
 // waiting for the same file are written together, in their order, with one open, one close and writes
-// of whole lines between them. Nothing handed over is dropped: a full queue holds the logging thread
-// until there is room, and everything waiting is written before the queue ends.
+// of whole lines between them. Nothing handed over to a log file is dropped: a full queue holds the
+// logging thread until there is room, and everything waiting is written before the queue ends. A text for
+// a run's output that finds the queue full ends that output instead.
 class AppendQueue : public FileAppender {
 public:
     // What may wait, in bytes: beyond it `append` waits for the writer.

@@ -1,5 +1,12 @@
 #include "platform/output_file.h"
 
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <utility>
 
@@ -25,7 +32,43 @@ std::unique_ptr<OutputFile> OutputFile::open(const QString& path, QString* error
         *error = out->file_.errorString();
         return nullptr;
     }
+    struct stat info {};
+    out->pipe_ =
+        ::fstat(out->file_.handle(), &info) == 0 && (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode));
     return out;
+}
+
+void OutputFile::fail(const QString& reason) {
+    if (!failed_.exchange(true) && onFailure) {
+        onFailure(reason);
+    }
+}
+
+bool OutputFile::put(QByteArrayView bytes) {
+    const int fd = file_.handle();
+    while (!bytes.isEmpty()) {
+        qsizetype most = bytes.size();
+        if (pipe_) {
+            // A write of PIPE_BUF bytes at most does not block once the pipe says it has room.
+            pollfd ready{fd, POLLOUT, 0};
+            int seen = 0;
+            do {
+                seen = ::poll(&ready, 1, kStallMs);
+            } while (seen < 0 && errno == EINTR);
+            if (seen == 0) {
+                fail(QStringLiteral("the reader took nothing for %1 s").arg(kStallMs / 1000));
+                return false;
+            }
+            most = std::min<qsizetype>(most, PIPE_BUF);
+        }
+        const ssize_t written = ::write(fd, bytes.data(), static_cast<std::size_t>(most));
+        if (written < 0 && errno != EINTR) {
+            fail(qt_error_string(errno));
+            return false;
+        }
+        bytes = bytes.sliced(std::max<qsizetype>(written, 0));
+    }
+    return true;
 }
 
 void OutputFile::write(std::span<const QByteArrayView> pieces) {
@@ -34,16 +77,6 @@ void OutputFile::write(std::span<const QByteArrayView> pieces) {
     }
     // Small pieces (lines) go together, a few at a time.
     QByteArray chunk;
-    const auto put = [this](QByteArrayView bytes) {
-        if (bytes.isEmpty() || file_.write(bytes.data(), bytes.size()) == bytes.size()) {
-            return true;
-        }
-        failed_.store(true);
-        if (onFailure) {
-            onFailure(file_.errorString());
-        }
-        return false;
-    };
     for (const QByteArrayView piece : pieces) {
         if (chunk.size() + piece.size() > kChunk && !put(std::exchange(chunk, {}))) {
             return;
