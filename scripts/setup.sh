@@ -8,7 +8,7 @@ packages=(
     qt6-base-dev qt6-base-private-dev libgl-dev
     libgtest-dev
     xvfb xauth imagemagick fonts-liberation
-    socat clang-format clang-tidy
+    socat clang-format clang-tidy jq python3-junitparser
     librsvg2-bin desktop-file-utils appstream dpkg-dev lintian
     clang libclang-rt-14-dev
 )

@@ -25,8 +25,9 @@ void applyProfile(SimForm& f, const QStringList& lines) {
 
 // The heads of the records and the status lines of a log file, one a line: payloads may hold line ends.
 QStringList heads(const QByteArray& file) {
-    static const QRegularExpression head(QStringLiteral(
-        "\\[[0-9:.]+\\] : (?:(?:Recv|Send) \\[\\d+ byte\\]|Send Fail|Answer Overflow|Client Disconnected)"));
+    static const QRegularExpression head(
+        QStringLiteral("\\[[0-9:.]+\\] : (?:(?:Recv|Send) \\[\\d+ byte\\]|Send Fail|Answer Overflow|Expect "
+                       "Fail|Client Disconnected)"));
     QStringList out;
     for (auto it = head.globalMatch(QString::fromLatin1(file)); it.hasNext();) {
         out << it.next().captured();
@@ -130,6 +131,52 @@ TEST(AnswerRules, WithConnectAndCloseAMessageBegunIsAnsweredByThePanelAtOnceBefo
     EXPECT_EQ(f.device()->received(), bytesOf("PIN"));
     EXPECT_EQ(f.rows().mid(3), (QStringList{"[10:00:00.002] : Send [3 byte] :  PIN", " ",
                                             "[10:00:00.002] : Client Disconnected"}));
+}
+
+TEST(Expectations, ARepeatRunsRepliesAreJudgedInOrderAndEachFailureIsLoggedOnVirtualTime) {
+    RepeatRun f("0.1", "6", "PING");
+    applyProfile(f, {"expect.when=+PONG", "expect.within=50", "Opt_List_File=true"});
+    // The device answers the first two sends right, the third wrong, the fourth not at all, the fifth in
+    // part only; the operator closes the link while the sixth waits.
+    int received = 0;
+    const char* const replies[] = {"+PONG", "+PONG", "-ERR", "", "+PO", ""};
+    QStringList verdicts;
+    f.form.judged().judged = [&](const JudgedSends::Verdict& v) {
+        verdicts << QStringLiteral("#%1 %2 %3")
+                        .arg(v.send)
+                        .arg(v.passed ? "pass" : "fail")
+                        .arg(v.passed ? QString::number(*v.replyUs) : v.why);
+    };
+    f.op.click(f.p.Cmd_Start);
+    f.sim.network.latency = 1; // each way: a reply comes 2 ms after its send
+    f.device()->onReceive = [&](const Bytes&) {
+        if (const char* reply = replies[received++]; *reply != '\0') {
+            f.device()->send(reply);
+        }
+    };
+    f.clickAt(610, f.p.cmd_End);
+    f.runUntil(1000);
+    EXPECT_EQ(verdicts, (QStringList{"#1 pass 2000", "#2 pass 2000", "#3 fail what came cannot match",
+                                     "#4 fail nothing came within 50 ms",
+                                     "#5 fail no whole match came within 50 ms", "#6 fail the link ended"}));
+    EXPECT_EQ(f.rows().filter("Expect Fail"),
+              (QStringList{"[10:00:00.302] : Expect Fail", "[10:00:00.450] : Expect Fail",
+                           "[10:00:00.550] : Expect Fail", "[10:00:00.610] : Expect Fail"}));
+    EXPECT_EQ(heads(fileBytes(f.p.txt_Logfile.text())).filter("Expect Fail").size(), 4)
+        << "filed at List + File";
+}
+
+TEST(Expectations, ASendWaitingWhenTheDeviceClosesFailsAtOnce) {
+    RepeatRun f("0.1", "Endless", "PING");
+    applyProfile(f, {"expect.when=+PONG"});
+    QStringList verdicts;
+    f.form.judged().judged = [&](const JudgedSends::Verdict& v) {
+        verdicts << QStringLiteral("#%1 %2 at %3").arg(v.send).arg(v.why).arg(f.sim.scheduler.now());
+    };
+    f.op.click(f.p.Cmd_Start);
+    f.at(150, [&] { f.device()->close(); });
+    f.runUntil(180);
+    EXPECT_EQ(verdicts, QStringList{"#1 the link ended at 150"});
 }
 
 } // namespace

@@ -3,7 +3,17 @@
 
 #include "app/automated_run.h"
 #include "app/profile.h"
+#include "app/run_outputs.h"
+#include "support/files.h"
 #include "support/sim_form.h"
+
+#include <QDateTime>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
+
+#include <map>
 
 #include <gtest/gtest.h>
 
@@ -19,10 +29,12 @@ struct Unattended {
                        sim.folders, sim.browser, sim.files}};
     Panel& p = form.panel();
     QStringList printed;
+    QStringList notes; // what standard error gets
+    std::unique_ptr<RunOutputs> outputs;
     std::unique_ptr<AutomatedRun> run;
 
     // The destination is the device on 127.0.0.1:4000; the profile's lines are separated by blanks.
-    Unattended(const char* profile, AutomatedRun::Plan plan) {
+    Unattended(const char* profile, AutomatedRun::Plan plan, RunOutputs::Files files = {}) {
         form.load();
         pointAtLoopback(p, 4000);
         sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
@@ -30,10 +42,22 @@ struct Unattended {
         const auto parsed = Profile::parse(QString::fromLatin1(profile).replace(u' ', u'\n'),
                                            QStringLiteral("run.ini"), &error);
         EXPECT_TRUE(parsed) << error.toStdString();
-        EXPECT_EQ(parsed->applyTo(p), std::nullopt);
+        EXPECT_EQ(parsed->applyTo(form), std::nullopt);
+        const auto note = [this](const QString& line) { notes << line; };
+        outputs = std::make_unique<RunOutputs>(form, sim.platform(), std::move(files), note);
+        EXPECT_EQ(outputs->open(), std::nullopt);
+        outputs->hearBoxes(dialogs);
         run = std::make_unique<AutomatedRun>(
             form, sim.scheduler, sim.scheduler, verdict, plan,
-            AutomatedRun::Output{[this](const QString& row) { printed << row; }, [](const QString&) {}});
+            AutomatedRun::Output{
+                [this](const QString& row) { printed << row; }, note,
+                [this](const JudgedSends::Verdict& v, const QString& line) { outputs->judged(v, line); }});
+    }
+    // The run's exit status once its outputs are written.
+    int finish() {
+        const auto* judge = form.judged().judge();
+        return outputs->finish(verdict.exitStatus(), verdict.why(),
+                               judge != nullptr && judge->sends() > 0 ? judge->summary() : QString());
     }
     // Runs until the program closes (ended at once, as by a signal at start-up), or fails a minute on.
     void go(bool endAtOnce = false) {
@@ -104,7 +128,7 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
     }
     RunVerdict closed;
     closed.ending();
-    closed.failure();
+    closed.failure(QStringLiteral("Connection Fail"));
     EXPECT_EQ(closed.exitStatus(), 0) << "what comes after the Close does not count";
 }
 
@@ -123,6 +147,192 @@ TEST(AutomatedRun, AStartHandlerThatDoesNotReturnIsCutShortAfterTheGrace) {
     };
     f.go();
     EXPECT_EQ(quitAt, 6000) << "five seconds of grace after the end";
+}
+
+// A repeat run that sends every 10 ms to a device that answers 25 ms later, so three sends wait at once.
+// The device cuts one reply in two, glues two together, answers one too late (the next send takes that
+// reply) and one wrong. Each failure is told on standard error and fails the run; the records carry every
+// reply time, exact on virtual time, and the report a case a send.
+TEST(JudgedRun, PipelinedSendsAreJudgedInOrderAndTheRecordsAndReportHearEveryVerdict) {
+    const QTemporaryDir folder;
+    const QString records = folder.filePath("records.jsonl"), report = folder.filePath("report.xml");
+    Unattended f("opt_Send_Only=true com_Timegap=0.01 com_Count=8 txt_Data_Input=PING expect.when=+PONG "
+                 "expect.within=40 opt_None=true",
+                 {true, 1000}, {records, report, QStringLiteral("pings")});
+    f.sim.network.latency = 0;
+    // Each send's replies, ms after it: none to 3 (glued to 4's) nor to 6 (5's, 45 ms late, comes in its
+    // time).
+    const std::map<int, std::vector<std::pair<Ms, const char*>>> replies = {
+        {1, {{25, "+PONG"}}},      {2, {{25, "+PO"}, {27, "NG"}}},
+        {4, {{25, "+PONG+PONG"}}}, {5, {{45, "+PONG"}}},
+        {7, {{26, "-ERR"}}},       {8, {{25, "+PONG"}}}};
+    int n = 0;
+    f.sim.scheduler.at(1, [&] {
+        f.sim.network.lastLink()->onReceive = [&](const Bytes&) {
+            auto device = f.sim.network.lastLink();
+            const auto it = replies.find(++n);
+            for (const auto& [after, text] : it != replies.end() ? it->second : decltype(it->second){}) {
+                f.sim.scheduler.at(f.sim.scheduler.now() + after,
+                                   [device, text = text] { device->send(text); });
+            }
+        };
+    });
+    f.go();
+    EXPECT_EQ(f.verdict.exitStatus(), 1);
+    EXPECT_EQ(f.finish(), 1);
+    EXPECT_EQ(
+        f.notes,
+        (QStringList{"expect fail: send 5 at 10:00:00.050: expected +PONG (exact): nothing came within 40 ms",
+                     "expect fail: send 7 at 10:00:00.070: expected +PONG (exact): what came cannot match; "
+                     "came 4 bytes: -ERR"}));
+    EXPECT_EQ(
+        f.form.judged().judge()->summary(),
+        "summary: 8 sends, 6 replies, 6 expectations passed, 2 failed; reply time ms: min 25.000, median "
+        "25.008, 99th percentile 35.000, max 35.000")
+        << "percentiles within 0.1%";
+    // At level None the list has no record; the records hear everything all the same.
+    EXPECT_EQ(f.p.List1.rows().filter("byte]").size(), 0);
+    QStringList heard;
+    for (const QByteArray& line : fileBytes(records).split('\n')) {
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        if (line.isEmpty() || o.value("kind") == "send") {
+            continue;
+        }
+        heard << QStringLiteral("%1 %2 %3 %4 %5")
+                     .arg(o.value("time").toString().mid(17, 6), o.value("kind").toString(),
+                          o.value("text").toString())
+                     .arg(o.value("reply_us").toInt(-1))
+                     .arg(o.value("expect").toString() + o.value("why").toString());
+    }
+    EXPECT_EQ(heard, (QStringList{"00.000 status Connection Success -1 ", "00.035 recv +PONG 25000 pass",
+                                  "00.045 recv +PO -1 ", "00.047 recv NG 27000 pass",
+                                  "00.065 recv +PONG+PONG 35000 pass",
+                                  "00.090 status Expect Fail -1 failnothing came within 40 ms",
+                                  "00.095 recv +PONG 35000 pass", "00.096 recv -ERR -1 ",
+                                  "00.096 status Expect Fail -1 failwhat came cannot match",
+                                  "00.105 recv +PONG 25000 pass", "01.000 status Client Disconnected -1 "}));
+    QStringList cases;
+    QXmlStreamReader xml(fileBytes(report));
+    while (!xml.atEnd()) {
+        if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == u"testcase") {
+            cases << xml.attributes().value("name").toString() + ' ' +
+                         xml.attributes().value("time").toString();
+        } else if (xml.tokenType() == QXmlStreamReader::StartElement && xml.name() == u"failure") {
+            cases.back() += " failed";
+        }
+    }
+    EXPECT_FALSE(xml.hasError()) << xml.errorString().toStdString();
+    EXPECT_EQ(cases, (QStringList{"send 1 0.025000", "send 2 0.027000", "send 3 0.035000", "send 4 0.025000",
+                                  "send 5 0.000000 failed", "send 6 0.035000", "send 7 0.000000 failed",
+                                  "send 8 0.025000"}));
+}
+
+// A device that never answers fails the run even though every send is within its time when the duration
+// ends it: the end waits up to expect.within for the replies to the sends made before it.
+TEST(JudgedRun, TheEndWaitsForTheRepliesDueSoASilentDeviceFails) {
+    Unattended f("opt_Send_Only=true com_Timegap=0.1 txt_Data_Input=PING expect.when=+PONG expect.within=300",
+                 {true, 1000});
+    Ms closedAt = -1;
+    f.p.cmd_End.Click = [&, click = f.p.cmd_End.Click] { closedAt = f.sim.scheduler.now(), click(); };
+    f.go();
+    EXPECT_EQ(f.verdict.exitStatus(), 1);
+    EXPECT_GE(closedAt, 1201);
+    EXPECT_LE(closedAt, 1201 + AutomatedRun::kRetryMs)
+        << "the last send before the end, at 0.901, had 300 ms";
+    EXPECT_EQ(f.notes.filter("nothing came within 300 ms").size(), 9) << f.notes.join('\n').toStdString();
+    EXPECT_TRUE(f.form.judged().judge()->summary().contains(
+        " 0 expectations passed, 9 failed, 3 cut off by the end;"))
+        << f.form.judged().judge()->summary().toStdString();
+}
+
+// The outputs only listen: a run asked for them shows and logs what the same run shows and logs without
+// them. One that cannot be opened stops the run before it begins; one whose write fails is told once and
+// fails the run, which goes on to its end.
+TEST(JudgedRun, OutputsChangeNothingTheRunLogsAndAFailingOneFailsTheRunOnly) {
+    const QTemporaryDir folder;
+    QStringList rows;
+    QByteArray logged;
+    for (const bool outputs : {false, true}) {
+        SCOPED_TRACE(outputs);
+        const QString log = folder.filePath(outputs ? "with.dat" : "without.dat");
+        RunOutputs::Files files;
+        if (outputs) {
+            files = {QStringLiteral("/dev/full"), folder.filePath("report.xml"), QStringLiteral("run")};
+        }
+        Unattended f(("opt_Send_Only=true com_Timegap=0.1 com_Count=3 txt_Data_Input=hi Opt_List_File=true "
+                      "txt_Logfile=" +
+                      log)
+                         .toLatin1(),
+                     {true, 1000}, files);
+        f.sim.network.latency = 0;
+        f.sim.scheduler.at(150, [&] { f.sim.network.lastLink()->send("yo"); });
+        f.go();
+        EXPECT_EQ(f.verdict.exitStatus(), 0);
+        EXPECT_EQ(f.finish(), outputs ? 1 : 0);
+        const QStringList told{"--records /dev/full: a write failed (No space left on device); nothing more "
+                               "is written to it"};
+        EXPECT_EQ(f.notes, outputs ? told : QStringList());
+        if (!outputs) {
+            rows = f.printed;
+            logged = fileBytes(log);
+            EXPECT_EQ(f.form.judged().judge(), nullptr) << "nothing is judged";
+        } else {
+            EXPECT_EQ(f.printed, rows);
+            EXPECT_EQ(fileBytes(log), logged);
+            EXPECT_TRUE(
+                fileBytes(folder.filePath("report.xml")).contains(R"(<testcase classname="run" name="run")"));
+        }
+    }
+    EXPECT_EQ(rows.filter("byte]").size(), 4) << "three sends and an arrival";
+    SimPlatform sim;
+    FrmSimulator form(sim.platform());
+    for (const auto& [records, report] :
+         {std::pair{folder.path() + "/no/such/folder", QString()}, std::pair{QString(), folder.path()}}) {
+        RunOutputs outputs(form, sim.platform(), {records, report, "run"}, [](const QString&) {});
+        const auto wrong = outputs.open();
+        ASSERT_TRUE(wrong);
+        EXPECT_TRUE(wrong->startsWith((records.isEmpty() ? "--report " + report : "--records " + records) +
+                                      ": cannot be written: "))
+            << wrong->toStdString();
+    }
+}
+
+// However long the run and whatever its bytes: the first thousand judged sends, then up to a thousand
+// failed ones, then one case that counts the rest; well-formed and under 2 MB.
+TEST(JudgedRun, TheReportListsAThousandSendsAThousandFailuresAndCountsTheRest) {
+    JunitReport report(QString(300, u'&'), QDateTime(QDate(2026, 11, 26), QTime(10, 0)));
+    QString worst = QStringLiteral("expect fail: ]]> <&'") + QString(600, u'"'); // escaped six times over
+    for (char16_t c = 0; worst.size() < 4000; c = static_cast<char16_t>(c * 7 + 1)) {
+        worst += QChar(c); // controls, surrogates, U+FFFE: what XML cannot carry
+    }
+    for (int n = 1; n <= 5000; ++n) { // send 3 fails, and every odd one after 1000
+        JudgedSends::Verdict v;
+        v.send = n;
+        v.passed = n != 3 && (n <= 1000 || n % 2 == 0);
+        v.replyUs = 1500;
+        report.judged(v, v.passed ? QString() : worst);
+    }
+    const QByteArray xml = report.xml({1, {}, QStringLiteral("summary: 5000 sends"), 6.5});
+    EXPECT_LT(xml.size(), 2'000'000);
+    QXmlStreamReader reader(xml);
+    QStringList cases;
+    int failures = 0;
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == u"testcase") {
+            cases << reader.attributes().value("name").toString();
+        } else if (reader.tokenType() == QXmlStreamReader::StartElement && reader.name() == u"failure") {
+            ++failures;
+        } else if (reader.tokenType() == QXmlStreamReader::StartElement && reader.name() == u"testsuite") {
+            EXPECT_EQ(reader.attributes().value("tests"), u"2001");
+            EXPECT_EQ(reader.attributes().value("failures"), u"1002");
+        }
+    }
+    EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString();
+    EXPECT_EQ(cases.size(), 2001);
+    EXPECT_EQ(failures, 1002);
+    EXPECT_EQ(cases.value(1000), "send 1001");
+    EXPECT_EQ(cases.value(1999), "send 2999");
+    EXPECT_EQ(cases.value(2000), "3000 other sends") << "the passed ones up to 2999, and all from 3000 on";
 }
 
 TEST(AutomatedRun, ARowIsPrintedOnOneLine) {

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <utility>
 
 namespace {
 
@@ -26,6 +27,21 @@ int freePort() {
 QStringList destination(int port) {
     return {"txt_Destination_IP(0)=127", "txt_Destination_IP(1)=0", "txt_Destination_IP(2)=0",
             "txt_Destination_IP(3)=1", QStringLiteral("txt_Destination_Port=%1").arg(port)};
+}
+
+QString readme() {
+    QFile file(QStringLiteral(SIM_README));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly | QIODevice::Text));
+    return QString::fromUtf8(file.readAll());
+}
+
+// The shell command the README shows after <!-- command: NAME -->.
+QString readmeCommand(const char* name) {
+    const QString marker = QStringLiteral("<!-- command: %1 -->\n```sh\n").arg(QLatin1String(name));
+    const QString text = readme();
+    const qsizetype from = text.indexOf(marker);
+    EXPECT_GE(from, 0) << name;
+    return text.sliced(from + marker.size()).section(QLatin1String("\n```"), 0, 0);
 }
 
 class Program : public ::testing::Test {
@@ -96,9 +112,7 @@ protected:
     // Starts the program on the README's example profile `name`, on a port of the test's and with
     // 127.0.0.1 in the address boxes, whatever the example has there; then connects `peer` to it.
     void startExample(const char* name) {
-        QFile readme(QStringLiteral(SIM_README));
-        ASSERT_TRUE(readme.open(QIODevice::ReadOnly | QIODevice::Text));
-        const QString text = QString::fromUtf8(readme.readAll());
+        const QString text = readme();
         const QString marker = QStringLiteral("<!-- example: %1 -->\n```ini\n").arg(QLatin1String(name));
         const qsizetype from = text.indexOf(marker) + marker.size();
         ASSERT_GE(from, marker.size()) << name;
@@ -280,6 +294,120 @@ TEST_F(Program, TheStartsExampleDialsAndAnswersAStatusRequestAndEchoesTheRest) {
     talk({{{"\x02\x10\xAA\xBB"_ba}, "\x02\x90\x00\x03"_ba},
           {{"\x05\x06"_ba}, "\x05\x06"_ba},
           {{"\x02"_ba, "\x10\xCC"_ba}, "\x02\x90\x00\x03"_ba}});
+}
+
+// A judged repeat run against a line server of the test's: twenty PINGs, each answered +PONG and ended
+// after its duration, or one of them -ERR and ended by SIGTERM. The exit status, the line on standard error,
+// the JUnit report as a CI system's reader reads it, and the records as jq reads them: every line parses, and
+// their payloads are the link's own bytes.
+TEST_F(Program, AJudgedRunPassesOrFailsByItsRepliesAndWritesAReportAndRecordsToolsRead) {
+    const auto tool = [](const QString& program, const QStringList& arguments) {
+        QProcess p;
+        p.start(program, arguments);
+        EXPECT_TRUE(p.waitForFinished(10000)) << program.toStdString();
+        EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+        return QString::fromUtf8(p.readAllStandardOutput());
+    };
+    const QString junit = QStringLiteral("import sys\nfrom junitparser import JUnitXml\n"
+                                         "for suite in JUnitXml.fromfile(sys.argv[1]):\n"
+                                         "    print(suite.name, suite.tests, suite.failures)\n"
+                                         "    for case in suite:\n"
+                                         "        print(case.name, 'failed' if case.result else 'passed')\n");
+    for (const int wrong : {0, 7}) {
+        SCOPED_TRACE(wrong);
+        QTcpServer server;
+        ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+        const QString report = root.filePath(QStringLiteral("report.xml"));
+        const QString records = root.filePath(QStringLiteral("records.jsonl"));
+        start(destination(server.serverPort()) +
+                  QStringList{"opt_HexA=true", "opt_Send_Only=true", "com_Timegap=0.02", "com_Count=20",
+                              "txt_Data_Input=50494E470D0A", "expect.when=2B504F4E470D0A"},
+              {"--start", "--quiet", wrong ? "--quiet" : "--duration=1.2", "--report", report, "--records",
+               records});
+        ASSERT_TRUE(server.waitForNewConnection(5000));
+        QTcpSocket* device = server.nextPendingConnection();
+        QByteArray heard, said;
+        bool ended = false;
+        for (const QDeadlineTimer deadline(5000);
+             !deadline.hasExpired() && device->state() == QAbstractSocket::ConnectedState;) {
+            if (!device->waitForReadyRead(300) && wrong && said.count('\n') == 20 &&
+                !std::exchange(ended, true)) {
+                process.terminate(); // the last reply had 300 ms to be judged
+            }
+            heard += device->readAll();
+            for (int line = said.count('\n') + 1; line <= heard.count('\n'); ++line) {
+                const QByteArray reply = line == wrong ? "-ERR\r\n" : "+PONG\r\n";
+                device->write(reply);
+                said += reply;
+            }
+        }
+        EXPECT_EQ(finish(), wrong ? 1 : 0) << err.toStdString();
+        EXPECT_EQ(heard.count("PING\r\n"), 20);
+        EXPECT_EQ(err.count("expect fail"), wrong ? 1 : 0) << err.toStdString();
+        EXPECT_EQ(err.contains(": expected 2B504F4E470D0A (exact): what came cannot match; came 6 bytes: "
+                               "2D 45 52 52 0D 0A\n"),
+                  wrong != 0);
+        EXPECT_EQ(err.contains("traffic_simulator: expect fail: send 7 at "), wrong != 0);
+        EXPECT_TRUE(err.contains(wrong ? "summary: 20 sends, 19 replies, 19 expectations passed, 1 failed;"
+                                       : "summary: 20 sends, 20 replies, 20 expectations passed, 0 failed;"))
+            << err.toStdString();
+
+        QStringList cases{QStringLiteral("run 20 %1").arg(wrong ? 1 : 0)};
+        for (int i = 1; i <= 20; ++i) {
+            cases << QStringLiteral("send %1 %2").arg(i).arg(i == wrong ? "failed" : "passed");
+        }
+        EXPECT_EQ(tool("/usr/bin/python3", {"-c", junit, report}).trimmed().split(u'\n'), cases);
+
+        QFile lines(records);
+        ASSERT_TRUE(lines.open(QIODevice::ReadOnly));
+        EXPECT_EQ(tool("jq", {"-s", "length", records}).toInt(), lines.readAll().count('\n'))
+            << "every line is one JSON object";
+        EXPECT_EQ(tool("jq", {"-j", R"(select(.kind == "send") | .hex)", records}), heard.toHex());
+        EXPECT_EQ(tool("jq", {"-j", R"(select(.kind == "recv") | .hex)", records}), said.toHex());
+        EXPECT_EQ(
+            tool("sh", {"-c", readmeCommand("count-failures").replace("records.jsonl", records)}).toInt(),
+            wrong ? 1 : 0);
+    }
+}
+
+// Records to a reader that goes away (`--records - | head`), or that stops reading: the output ends with a
+// line on standard error, the run goes on to its end and its log file holds every send.
+TEST_F(Program, RecordsToAReaderThatGoesAwayOrStallsFailTheRunButNotItsLog) {
+    const struct {
+        QStringList reader;
+        const char* gap;
+        const char* why;
+    } readers[] = {{{"head", "-n2"}, "0.05", "Broken pipe"},
+                   {{"sleep", "20"}, "0.001", "the reader took nothing for 5 s"}}; // after 64 KiB
+    for (const auto& r : readers) {
+        SCOPED_TRACE(r.why);
+        QTcpServer server;
+        ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+        const QString log = root.filePath(QStringLiteral("run.dat"));
+        QFile::remove(log);
+        QProcess reader;
+        process.setStandardOutputProcess(&reader);
+        reader.start(r.reader.first(), r.reader.mid(1));
+        start(destination(server.serverPort()) +
+                  QStringList{"opt_Send_Only=true", QStringLiteral("com_Timegap=%1").arg(r.gap),
+                              "com_Count=3000", "txt_Data_Input=ping", "opt_File=true", "txt_Logfile=" + log},
+              {"--start", "--duration=1", "--records", "-"});
+        EXPECT_EQ(finish(), 1) << err.toStdString();
+        reader.kill();
+        reader.waitForFinished(1000);
+        EXPECT_EQ(err.count('\n'), 2) << err.toStdString();
+        EXPECT_TRUE(
+            err.contains(QStringLiteral("traffic_simulator: --records -: a write failed (%1); nothing more "
+                                        "is written to it\n")
+                             .arg(r.why)
+                             .toUtf8()))
+            << err.toStdString();
+        const int sends = err.mid(err.indexOf("summary: ")).split(' ').value(1).toInt();
+        EXPECT_GT(sends, 9) << err.toStdString();
+        QFile logged(log);
+        ASSERT_TRUE(logged.open(QIODevice::ReadOnly));
+        EXPECT_EQ(logged.readAll().count("] : Send [4 byte] : ping\r\n"), sends);
+    }
 }
 
 } // namespace

@@ -20,7 +20,9 @@ QString outcome(const Outcome& o) {
     QStringList run;
     run << (r.headless ? "headless" : "") << (r.profile.isEmpty() ? "" : "profile=" + r.profile)
         << (r.start ? "start" : "") << (r.durationMs ? QString::number(*r.durationMs) + "ms" : "")
-        << (r.quiet ? "quiet" : "") << (r.printProfile ? "print" : "") << (r.automated() ? "" : "window");
+        << (r.quiet ? "quiet" : "") << (r.printProfile ? "print" : "")
+        << (r.report.isEmpty() ? "" : "report=" + r.report)
+        << (r.records.isEmpty() ? "" : "records=" + r.records) << (r.automated() ? "" : "window");
     run.removeAll(QString());
     return run.join(u' ');
 }
@@ -59,8 +61,16 @@ TEST(CommandLine, OpensTheWindowOrReadsARunOrPrintsHelpOrTheVersionOrAUsageError
         {"--duration=nan", duration.arg("nan")},
         {"--duration=2000001", duration.arg(2000001)},
         {"--profile=", "2: traffic_simulator: --profile needs the name of a file."},
+        {"--report r.xml --records=-", "report=r.xml records=-"},
         {"--print-profile --start", "2: traffic_simulator: --print-profile prints and exits; it does not go "
-                                    "with --start or --duration."},
+                                    "with --start, --duration, --report or --records."},
+        {"--print-profile --records x",
+         "2: traffic_simulator: --print-profile prints and exits; it does not go "
+         "with --start, --duration, --report or --records."},
+        {"--report=", "2: traffic_simulator: --report needs the name of a file."},
+        {"--report=out --records=./out", "2: traffic_simulator: --report and --records need a file each."},
+        {"--report -", "2: traffic_simulator: --report needs the name of a file; only --records writes to "
+                       "standard output (-)."},
     };
     for (const auto& [arguments, expected] : cases) {
         const Outcome o = parse(arguments);
@@ -75,7 +85,9 @@ TEST(CommandLine, OpensTheWindowOrReadsARunOrPrintsHelpOrTheVersionOrAUsageError
             EXPECT_TRUE(o.err.contains("\n\nUsage: traffic_simulator [options]\n")) << arguments;
         }
     }
-    EXPECT_TRUE(parse("--help").out.contains("--version"));
+    for (const char* option : {"--version", "--report <FILE>", "--records <FILE>"}) {
+        EXPECT_TRUE(parse("--help").out.contains(option)) << option;
+    }
     EXPECT_FALSE(parse("--help").out.contains("platformpluginpath")) << "Qt's options stay out of the help";
     EXPECT_EQ(parseCommandLine({"traffic_simulator", "--profile=a b.ini"}).request.profile, "a b.ini");
 }

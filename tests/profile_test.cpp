@@ -136,6 +136,16 @@ TEST(Profile, ABadProfileIsNamedByFileLineAndKeyAndWritesNoText) {
          "contains or regex"},
         {{"answer.otherwise=echo"}, "1: answer.otherwise: 'echo' is neither panel nor none"},
         {{"answer.wait=0"}, "1: answer.wait: '0' is no wait; give whole milliseconds from 1 to 600000"},
+        // Expectations, read as the rules are.
+        {{"expect.when=(a", "expect.match=regex"},
+         "1: expect.when: the pattern does not compile: missing closing parenthesis"},
+        {{"expect.when=0G", "opt_HexA=1"}, "1: expect.when: 'G' (character 2) is no hexadecimal digit"},
+        {{"chkMode=1", "expect(4).when=a"}, "2: expect(4).when: the program's steps are numbered 0 to 3"},
+        {{"expect(0).when=a"}, "1: expect(0).when: a step's expectation needs program mode (chkMode=true)"},
+        {{"expect.within=0"}, "1: expect.within: '0' is no time; give whole milliseconds from 1 to 600000"},
+        {{"expect.match=like"},
+         "1: expect.match: 'like' is no kind of match; use exact, starts, contains or regex"},
+        {{"expect.match=regex"}, "1: expect.match: a match needs the pattern it is for"},
         {{"answer1.when=a\tb"},
          "1: answer1.when: character 2 is a control character; write it as an escape such as \\r"},
     };

@@ -6,6 +6,23 @@
 #include <utility>
 
 namespace sim::answers {
+
+namespace {
+constexpr const char* kMatchKindNames[] = {"exact", "starts", "contains", "regex"};
+} // namespace
+
+const char* matchKindName(MatchKind kind) {
+    return kMatchKindNames[static_cast<int>(kind)];
+}
+
+std::optional<MatchKind> matchKindNamed(QStringView name) {
+    for (const char* const& known : kMatchKindNames) {
+        if (name == QLatin1String(known)) {
+            return static_cast<MatchKind>(&known - kMatchKindNames);
+        }
+    }
+    return std::nullopt;
+}
 namespace {
 
 // A partial match of a regex over this many bytes is tried again only once the bytes have grown by a
@@ -323,10 +340,12 @@ void AnswerStream::decide(std::vector<Action>& out, bool last) {
     while (pass.from < waiting_.size()) {
         const QByteArrayView rest = QByteArrayView(waiting_).sliced(pass.from);
         std::optional<Rule::Try> decided;
+        int rule = 0;
         for (std::size_t i = 0; i < rules_.size() && !decided; ++i) {
             const Rule::Try t = rules_[i].tryOn(pass, pass.seen[i]);
             if (t.outcome != Rule::Outcome::None) {
                 decided = t;
+                rule = static_cast<int>(i) + 1;
             }
             // A long regex waiting in part is tried again once what waits has grown by a sixteenth.
             if (t.outcome == Rule::Outcome::Partial && rules_[i].isRegex() && rest.size() >= kShortMessage) {
@@ -346,8 +365,8 @@ void AnswerStream::decide(std::vector<Action>& out, bool last) {
         if (decided->skipped > 0) {
             out.push_back({Action::Kind::Otherwise, rest.first(decided->skipped).toByteArray()});
         }
-        out.push_back(decided->reply ? Action{Action::Kind::Reply, *decided->reply}
-                                     : Action{Action::Kind::FailedReply, {}});
+        out.push_back(decided->reply ? Action{Action::Kind::Reply, *decided->reply, rule}
+                                     : Action{Action::Kind::FailedReply, {}, rule});
         pass.from += decided->taken;
     }
     waiting_.remove(0, pass.from);

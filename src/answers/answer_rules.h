@@ -13,6 +13,9 @@ namespace sim::answers {
 // The panel's data format, in which a rule's pattern and reply are written.
 enum class Format { Ascii, Hex };
 enum class MatchKind { Exact, Starts, Contains, Regex };
+// A kind of match by the name profiles give it (exact, starts, contains, regex), and back.
+const char* matchKindName(MatchKind kind);
+std::optional<MatchKind> matchKindNamed(QStringView name);
 
 // One rule: what it looks for at the start of the bytes that wait for an answer, and what it sends.
 class Rule {
@@ -75,6 +78,7 @@ public:
     struct Action {
         enum class Kind { Reply, Otherwise, FailedReply } kind;
         QByteArray bytes; // the reply, or the bytes the panel's own answer is for
+        int rule = 0;     // the rule that made a reply, from 1
     };
     struct Outcome {
         std::vector<Action> actions;

@@ -19,11 +19,27 @@ AutomatedRun::AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& ti
           grace_->stop();
           close();
       })) {
-    form_.log().failed = [this](Failure) { verdict_.failure(); };
+    form_.log().failed = [this](Failure, const QString& text) { verdict_.failure(text); };
     form_.panel().List1.rowAdded = output_.row;
+    form_.judged().judged = [this](const JudgedSends::Verdict& v) {
+        if (v.expected == nullptr) {
+            return;
+        }
+        const bool hex = form_.panel().opt_HexA.value();
+        const QString line =
+            v.passed ? QString()
+                     : answers::describeFailure(v, hex ? answers::Format::Hex : answers::Format::Ascii);
+        if (!v.passed && output_.note) {
+            output_.note(line);
+        }
+        if (output_.judged) {
+            output_.judged(v, line);
+        }
+    };
 }
 
 AutomatedRun::~AutomatedRun() {
+    form_.judged().judged = nullptr;
     form_.log().failed = nullptr;
     form_.panel().List1.rowAdded = nullptr;
 }
@@ -51,12 +67,13 @@ void AutomatedRun::pressStart() {
     }
     Button& button = startButton();
     if (!button.takesInput()) {
+        const QString why =
+            QStringLiteral("--start: the button \"%1\" cannot be pressed on this panel")
+                .arg(QString(button.caption()).replace(QStringLiteral("&&"), QStringLiteral("&")));
         if (output_.note) {
-            output_.note(
-                QStringLiteral("--start: the button \"%1\" cannot be pressed on this panel")
-                    .arg(QString(button.caption()).replace(QStringLiteral("&&"), QStringLiteral("&"))));
+            output_.note(why);
         }
-        verdict_.failure();
+        verdict_.failure(why);
         return;
     }
     start_ = Start::Running;
@@ -85,13 +102,18 @@ void AutomatedRun::pressEnd() {
     if (closed_ || endPressed_) {
         return;
     }
-    if (form_.link().waits().running()) {
-        // A connect or listen wait ends within a second; Close during one would cut it short.
+    if (!judgedUpTo_) {
+        judgedUpTo_ = form_.judged().sends();
+    }
+    // A connect or listen wait ends within a second; Close during one would cut it short. The replies to
+    // the sends made before the end was asked for get their time (expect.within at most).
+    if (form_.link().waits().running() || form_.judged().waitsFor(*judgedUpTo_)) {
         retry_->start(kRetryMs);
         return;
     }
     Panel& p = form_.panel();
     Operator& op = form_.op();
+    form_.judged().endOfRun(); // the sends made while the end waited are cut off
     verdict_.ending();
     op.click(p.cmd_End); // a button that cannot be pressed ignores the click, as it would the operator's
     if (p.cmdSendStart.caption() == QLatin1String(texts::kEndCaption)) {
@@ -110,6 +132,7 @@ void AutomatedRun::close() {
         return;
     }
     closed_ = true;
+    form_.judged().endOfRun();
     verdict_.ending();
     duration_->stop();
     retry_->stop();

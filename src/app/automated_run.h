@@ -14,28 +14,36 @@ namespace sim {
 // lost link a second after its Close, and that is no failure of the run.
 class RunVerdict {
 public:
-    void failure() {
-        if (!ending_) {
+    void failure(const QString& why) {
+        if (!ending_ && !failed_) {
             failed_ = true;
+            why_ = why;
         }
     }
     void ending() { ending_ = true; }
 
     int exitStatus() const { return failed_ ? 1 : 0; }
+    // The run's first failure.
+    const QString& why() const { return why_; }
 
 private:
     bool failed_ = false;
     bool ending_ = false;
+    QString why_;
 };
 
-// The form's dialogs, with each message box told to the verdict as it opens.
+// The form's dialogs, with each message box told to the verdict (and to `opened`) as it opens.
 class WatchedDialogs : public Dialogs {
 public:
     WatchedDialogs(Dialogs& inner, RunVerdict& verdict) : inner_(inner), verdict_(verdict) {}
     void messageBox(const QString& text, int style, const std::optional<QString>& title) override {
-        verdict_.failure();
+        verdict_.failure(text);
+        if (opened) {
+            opened(text);
+        }
         inner_.messageBox(text, style, title);
     }
+    std::function<void(const QString& text)> opened;
     std::optional<QString> showSave(const SaveDialogRequest& request) override {
         return inner_.showSave(request);
     }
@@ -59,6 +67,8 @@ public:
     struct Output {
         std::function<void(const QString&)> row;  // each row of the list, as it is added
         std::function<void(const QString&)> note; // what the run itself could not do
+        // Each send with an expectation, once decided; `line` tells a failure (empty when it passed).
+        std::function<void(const JudgedSends::Verdict&, const QString& line)> judged;
     };
 
     AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& timers, RunVerdict& verdict, Plan plan,
@@ -98,6 +108,7 @@ private:
     Start start_ = Start::NotPressed;
     bool ending_ = false;
     bool endPressed_ = false;
+    std::optional<int> judgedUpTo_; // the sends whose replies the end waits for
     bool closed_ = false;
 };
 

@@ -60,6 +60,17 @@ struct Parser {
                                                "and printed to standard error.")};
     QCommandLineOption quiet{QStringLiteral("quiet"),
                              QStringLiteral("Do not print the list's rows on standard output.")};
+    QCommandLineOption report{
+        QStringLiteral("report"),
+        QStringLiteral("Write a JUnit XML report of the run to FILE when it ends: a test "
+                       "case for each send with an expectation, or one for the run."),
+        QStringLiteral("FILE")};
+    QCommandLineOption records{
+        QStringLiteral("records"),
+        QStringLiteral("Write every record, status line and error of the run to FILE as it happens, one "
+                       "JSON object a line, at any log level; - for standard output, which then carries "
+                       "no rows."),
+        QStringLiteral("FILE")};
 
     Parser() {
         // Qt's options are single-dash words; ours are long options and -h, -v.
@@ -70,7 +81,7 @@ struct Parser {
         parser.addOption(help);
         parser.addOption(version);
         for (const QCommandLineOption* own :
-             {&profile, &printProfile, &start, &duration, &headless, &quiet}) {
+             {&profile, &printProfile, &start, &duration, &headless, &quiet, &report, &records}) {
             parser.addOption(*own);
         }
         for (const QtOption& qt : kQtOptions) {
@@ -99,8 +110,14 @@ struct Parser {
         request.start = parser.isSet(start);
         request.headless = parser.isSet(headless);
         request.quiet = parser.isSet(quiet);
-        if (parser.isSet(profile) && request.profile.isEmpty()) {
-            return QStringLiteral("--profile needs the name of a file.");
+        request.report = parser.value(report);
+        request.records = parser.value(records);
+        for (const auto& [option, value] :
+             {std::pair{&profile, &request.profile}, std::pair{&report, &request.report},
+              std::pair{&records, &request.records}}) {
+            if (parser.isSet(*option) && value->isEmpty()) {
+                return QStringLiteral("--%1 needs the name of a file.").arg(option->names().constFirst());
+            }
         }
         if (parser.isSet(duration)) {
             bool ok = false;
@@ -114,9 +131,19 @@ struct Parser {
             }
             request.durationMs = static_cast<int>(std::ceil(seconds * 1000.0));
         }
-        if (request.printProfile && (request.start || request.durationMs)) {
+        if (request.printProfile && (request.start || request.durationMs || !request.report.isEmpty() ||
+                                     !request.records.isEmpty())) {
             return QStringLiteral(
-                "--print-profile prints and exits; it does not go with --start or --duration.");
+                "--print-profile prints and exits; it does not go with --start, --duration, "
+                "--report or --records.");
+        }
+        if (!request.report.isEmpty() &&
+            QFileInfo(request.report).absoluteFilePath() == QFileInfo(request.records).absoluteFilePath()) {
+            return QStringLiteral("--report and --records need a file each.");
+        }
+        if (request.report == QLatin1String("-")) {
+            return QStringLiteral("--report needs the name of a file; only --records writes to standard "
+                                  "output (-).");
         }
         return {};
     }

@@ -17,10 +17,15 @@ struct RunRequest {
     std::optional<int> durationMs;
     bool headless = false; // no window, message boxes answered at once
     bool quiet = false;    // the list's rows are not printed
+    QString report;        // a JUnit report of the run, written when it ends; empty for none
+    QString records;       // the run's records as JSON Lines, "-" for standard output; empty for none
 
     // A run that is driven by its options: it prints the list's rows, ends by a signal in an orderly
     // way and reports by its exit status.
-    bool automated() const { return !profile.isEmpty() || start || durationMs || headless || quiet; }
+    bool automated() const {
+        return !profile.isEmpty() || start || durationMs || headless || quiet || !report.isEmpty() ||
+               !records.isEmpty();
+    }
 };
 
 // What the command line asks of a run. Started with no arguments the program opens its window as it

@@ -10,6 +10,7 @@ FrmSimulator::FrmSimulator(const Platform& platform)
       log_(panel_, platform.clock, platform.folders, platform.dialogs, platform.files),
       errors_(panel_, log_, platform.clock, platform.folders, platform.dialogs), level_(panel_, log_),
       options_(panel_), link_(panel_, log_, platform.pump, platform.timers, platform.dialogs),
+      judged_(panel_, log_, platform.clock, platform.timers),
       server_(panel_, log_, link_, platform.pump, platform.dialogs), role_(panel_),
       addressEditor_(panel_, platform.dialogs), manualSend_(panel_, log_, link_, platform.dialogs),
       repeat_(panel_, log_, link_), program_(panel_, log_, link_) {
@@ -71,6 +72,9 @@ void FrmSimulator::wire() {
     // Link and the senders. A start pressed while the simulator listens would only begin a second
     // listening loop inside the first: it is ignored, and the running loop goes on.
     link_.listeningBranch = [this] { return server_.listen(); };
+    link_.sentByRun = [this](Socket& socket, int step) { judged_.sent(socket, step); };
+    link_.arriving = [this](Socket& socket, const Bytes& bytes) { judged_.arriving(socket, bytes); };
+    link_.arrived = [this] { judged_.arrived(); };
     p.Cmd_Start.Click = dialOut(p.Cmd_Start, [this] {
         if (!server_.listening()) {
             link_.Cmd_Start_Click();
@@ -94,8 +98,18 @@ std::function<void()> FrmSimulator::dialOut(Button& button, std::function<void()
     return [this, &button, handler = std::move(handler)] { link_.waits().dialOut(button, handler); };
 }
 
+FrmSimulator::~FrmSimulator() {
+    // The sockets outlive the handlers: a close while they go must tell nobody.
+    panel_.Client_Socket.events.linkChanged = nullptr;
+    panel_.Server_Socket.events.linkChanged = nullptr;
+}
+
 void FrmSimulator::wireSockets() {
     Panel& p = panel_;
+    // Sends still waiting for their replies fail the moment their link ends.
+    for (Socket* socket : {&p.Client_Socket, &p.Server_Socket}) {
+        socket->events.linkChanged = [this, socket] { judged_.linkChanged(*socket); };
+    }
     // Socket events enter the form like any other event.
     p.Client_Socket.events.dataArrival = [this](std::int32_t n) {
         panel_.dispatch([this, n] { link_.Client_Socket_DataArrival(n); });
@@ -110,6 +124,10 @@ void FrmSimulator::wireSockets() {
         panel_.dispatch([this, id] { server_.Server_Socket_ConnectionRequest(id); });
     };
     p.Server_Socket.events.close = [this] { panel_.dispatch([this] { server_.Server_Socket_Close(); }); };
+    // The dialling side has no handler for the device's close; only what waits for a reply hears it.
+    p.Client_Socket.events.close = [this] {
+        panel_.dispatch([this] { judged_.peerClosed(panel_.Client_Socket); });
+    };
     p.Server_Socket.events.dataArrival = [this](std::int32_t n) {
         panel_.dispatch([this, n] { server_.Server_Socket_DataArrival(n); });
     };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "link/judged_sends.h"
 #include "link/link.h"
 #include "link/server_link.h"
 #include "logging/error_reports.h"
@@ -24,6 +25,9 @@ namespace sim {
 class FrmSimulator {
 public:
     explicit FrmSimulator(const Platform& platform);
+    ~FrmSimulator();
+    FrmSimulator(const FrmSimulator&) = delete;
+    FrmSimulator& operator=(const FrmSimulator&) = delete;
 
     // Form_Load, then the first Resize of the window being shown.
     void load();
@@ -31,6 +35,7 @@ public:
     Panel& panel() { return panel_; }
     Operator& op() { return operator_; }
     Link& link() { return link_; }
+    JudgedSends& judged() { return judged_; }
     LogBook& log() { return log_; }
 
 private:
@@ -48,6 +53,7 @@ private:
     LogLevel level_;
     Options options_;
     Link link_;
+    JudgedSends judged_;
     ServerLink server_;
     Role role_;
     AddressEditor addressEditor_;

@@ -177,10 +177,28 @@ std::optional<AnswerKey> answerKey(const QString& key) {
                                    : AnswerKey{0, m.captured(3)};
 }
 
-const std::pair<const char*, answers::MatchKind> kMatchKinds[] = {{"exact", answers::MatchKind::Exact},
-                                                                  {"starts", answers::MatchKind::Starts},
-                                                                  {"contains", answers::MatchKind::Contains},
-                                                                  {"regex", answers::MatchKind::Regex}};
+// The keys of the expectations: expect.when, expect.match, expect(i).when, expect(i).match and
+// expect.within.
+struct ExpectKey {
+    int step = -1; // -1: every send's
+    QString field;
+};
+
+std::optional<ExpectKey> expectKey(const QString& key) {
+    static const QRegularExpression form(
+        QStringLiteral("^expect(?:\\(([0-9]{1,6})\\))?\\.(when|match|within)$"));
+    const auto m = form.match(key);
+    if (!m.hasMatch() || (m.capturedLength(1) > 0 && m.captured(2) == QLatin1String("within"))) {
+        return std::nullopt;
+    }
+    return ExpectKey{m.capturedLength(1) > 0 ? m.captured(1).toInt() : -1, m.captured(2)};
+}
+
+// The kind a `match` key names: exact when there is none.
+answers::MatchKind kindOf(const Profile::Entry* match) {
+    return match != nullptr ? answers::matchKindNamed(match->value).value_or(answers::MatchKind::Exact)
+                            : answers::MatchKind::Exact;
+}
 
 } // namespace
 
@@ -266,7 +284,7 @@ std::optional<QString> Profile::check(const Panel& panel) const {
     for (const Entry& entry : entries_) {
         const auto it = std::find_if(controls.begin(), controls.end(),
                                      [&](const auto& c) { return c.first == entry.key; });
-        if (answerKey(entry.key)) {
+        if (answerKey(entry.key) || expectKey(entry.key)) {
             if (const auto at = controlCharacterAt(entry.value)) {
                 return where(entry) +
                        QStringLiteral(
@@ -307,7 +325,8 @@ std::optional<QString> Profile::check(const Panel& panel) const {
     return std::nullopt;
 }
 
-std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* answers) const {
+std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* answers,
+                                        std::unique_ptr<answers::ExpectationJudge>* judge) const {
     if (auto problem = check(panel)) {
         return problem;
     }
@@ -363,6 +382,10 @@ std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* a
     if (auto wrong = readAnswers(panel, settings)) {
         return wrong;
     }
+    std::unique_ptr<answers::ExpectationJudge> expectations;
+    if (auto wrong = readExpectations(panel, expectations)) {
+        return wrong;
+    }
     // Every text must pass its box's filter before any is written (check() refused control characters).
     for (const auto& [entry, control] : named) {
         if (control->kind() != Kind::TextBox) {
@@ -403,15 +426,79 @@ std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* a
     if (answers != nullptr) {
         *answers = std::move(settings);
     }
+    if (judge != nullptr) {
+        *judge = std::move(expectations);
+    }
     return std::nullopt;
 }
 
 std::optional<QString> Profile::applyTo(FrmSimulator& form) const {
     answers::AnswerSettings answers;
-    if (auto wrong = applyTo(form.panel(), &answers)) {
+    std::unique_ptr<answers::ExpectationJudge> judge;
+    if (auto wrong = applyTo(form.panel(), &answers, &judge)) {
         return wrong;
     }
     form.link().rules().configure(std::move(answers));
+    form.judged().configure(std::move(judge));
+    return std::nullopt;
+}
+
+std::optional<QString> Profile::readExpectations(const Panel& panel,
+                                                 std::unique_ptr<answers::ExpectationJudge>& out) const {
+    struct Texts {
+        const Entry* when = nullptr;
+        const Entry* match = nullptr;
+    };
+    std::map<int, Texts> byStep; // -1: every send's
+    int withinMs = answers::kDefaultWithinMs;
+    for (const Entry& entry : entries_) {
+        const auto key = expectKey(entry.key);
+        if (!key) {
+            continue;
+        }
+        if (key->field == QLatin1String("within")) {
+            bool number = false;
+            withinMs = entry.value.toInt(&number);
+            if (!number || withinMs < 1 || withinMs > kLongestWaitMs) {
+                return where(entry) +
+                       QStringLiteral(": '%1' is no time; give whole milliseconds from 1 to %2")
+                           .arg(entry.value)
+                           .arg(kLongestWaitMs);
+            }
+            continue;
+        }
+        if (key->step > 3) {
+            return where(entry) + QStringLiteral(": the program's steps are numbered 0 to 3");
+        }
+        if (key->step >= 0 && panel.chkMode.value() == 0) {
+            return where(entry) + QStringLiteral(": a step's expectation needs program mode (chkMode=true)");
+        }
+        if (key->field == QLatin1String("match") && !answers::matchKindNamed(entry.value)) {
+            return where(entry) +
+                   QStringLiteral(": '%1' is no kind of match; use exact, starts, contains or regex")
+                       .arg(entry.value);
+        }
+        (key->field == QLatin1String("when") ? byStep[key->step].when : byStep[key->step].match) = &entry;
+    }
+    const auto format = panel.opt_HexA.value() ? answers::Format::Hex : answers::Format::Ascii;
+    std::optional<answers::Expectation> every;
+    std::array<std::optional<answers::Expectation>, 4> steps;
+    for (const auto& [step, t] : byStep) {
+        if (t.when == nullptr) {
+            return where(*t.match) + QStringLiteral(": a match needs the pattern it is for");
+        }
+        const auto kind = kindOf(t.match);
+        QString why;
+        auto rule = answers::Rule::make(format, kind, t.when->value, QString(), &why);
+        if (!rule) {
+            return where(*t.when) + QStringLiteral(": ") + why;
+        }
+        (step < 0 ? every : steps[static_cast<std::size_t>(step)]) =
+            answers::Expectation{std::move(*rule), t.when->value, kind};
+    }
+    if (every || std::any_of(steps.begin(), steps.end(), [](const auto& e) { return e.has_value(); })) {
+        out = std::make_unique<answers::ExpectationJudge>(std::move(every), std::move(steps), withinMs);
+    }
     return std::nullopt;
 }
 
@@ -431,9 +518,7 @@ std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerS
             return where(entry) +
                    QStringLiteral(": more than %1 rules; answer1 to answer%1 can be set").arg(kMostRules);
         }
-        if (key->field == QLatin1String("match") &&
-            std::none_of(std::begin(kMatchKinds), std::end(kMatchKinds),
-                         [&](const auto& k) { return entry.value == QLatin1String(k.first); })) {
+        if (key->field == QLatin1String("match") && !answers::matchKindNamed(entry.value)) {
             return where(entry) +
                    QStringLiteral(": '%1' is no kind of match; use exact, starts, contains or regex")
                        .arg(entry.value);
@@ -475,12 +560,7 @@ std::optional<QString> Profile::readAnswers(const Panel& panel, answers::AnswerS
             return where(any) +
                    QStringLiteral(": a rule needs both answer%1.when and answer%1.send").arg(number);
         }
-        auto kind = answers::MatchKind::Exact;
-        for (const auto& [name, k] : kMatchKinds) {
-            if (r.match != nullptr && r.match->value == QLatin1String(name)) {
-                kind = k;
-            }
-        }
+        const auto kind = kindOf(r.match);
         QString why;
         bool inReply = false;
         auto rule = answers::Rule::make(format, kind, r.when->value, r.send->value, &why, &inReply);
@@ -513,7 +593,7 @@ QString Profile::print(const Panel& panel, const Profile* rules) {
         "; contains or regex) and .send; answer.otherwise (panel or none) and answer.wait (milliseconds).\n");
     std::map<QString, QString> set;
     for (const Entry& entry : rules != nullptr ? rules->entries_ : std::vector<Entry>{}) {
-        if (answerKey(entry.key)) {
+        if (answerKey(entry.key) || expectKey(entry.key)) {
             set.emplace(entry.key, entry.value);
         }
     }
@@ -537,6 +617,24 @@ QString Profile::print(const Panel& panel, const Profile* rules) {
     }
     line(QStringLiteral("answer.otherwise"), "panel");
     line(QStringLiteral("answer.wait"), "50");
+    out += QStringLiteral("; Expectations (see the README): expect.when and expect.match for every send, "
+                          "expect(0) to expect(3)\n"
+                          "; for the program's steps, expect.within (milliseconds a reply may take).\n");
+    line(QStringLiteral("expect.when"), "");
+    line(QStringLiteral("expect.match"), "exact");
+    bool anyStep = false;
+    for (int i = 0; i < 4; ++i) {
+        if (set.count(QStringLiteral("expect(%1).when").arg(i)) > 0) {
+            anyStep = true;
+            line(QStringLiteral("expect(%1).when").arg(i), "");
+            line(QStringLiteral("expect(%1).match").arg(i), "exact");
+        }
+    }
+    if (!anyStep) {
+        line(QStringLiteral("expect(0).when"), "");
+        line(QStringLiteral("expect(0).match"), "exact");
+    }
+    line(QStringLiteral("expect.within"), "1000");
     return out;
 }
 

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "answers/answer_rules.h"
+#include "answers/expectations.h"
 #include "app/frm_simulator.h"
 #include "panel/panel.h"
 
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -38,7 +40,8 @@ public:
     // is wrong, or nothing.
     //
     // Then the answer rules are read in the data format the panel has now, into `answers` when given.
-    std::optional<QString> applyTo(Panel& panel, answers::AnswerSettings* answers = nullptr) const;
+    std::optional<QString> applyTo(Panel& panel, answers::AnswerSettings* answers = nullptr,
+                                   std::unique_ptr<answers::ExpectationJudge>* judge = nullptr) const;
     // The same on the form's panel, its answer rules handed to the form's link.
     std::optional<QString> applyTo(FrmSimulator& form) const;
 
@@ -49,6 +52,8 @@ public:
 private:
     std::optional<QString> check(const Panel& panel) const;
     std::optional<QString> readAnswers(const Panel& panel, answers::AnswerSettings& out) const;
+    std::optional<QString> readExpectations(const Panel& panel,
+                                            std::unique_ptr<answers::ExpectationJudge>& out) const;
     QString where(const Entry& entry) const;
     QString file_;
     std::vector<Entry> entries_;

@@ -3,11 +3,13 @@
 #include "app/automated_run.h"
 #include "app/frm_simulator.h"
 #include "app/profile.h"
+#include "app/run_outputs.h"
 #include "app/stop_signals.h"
 #include "platform/qt/qt_platform.h"
 #include "view/panel_view.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QStyleFactory>
 
 #include <cstdio>
@@ -81,15 +83,28 @@ int automated(qt::QtPlatform& platform, const cli::RunRequest& request) {
     WatchedDialogs dialogs(request.headless ? static_cast<Dialogs&>(headless) : platform.dialogs, verdict);
     const Platform base = platform.platform();
     FrmSimulator form(withDialogs(base, dialogs));
+    RunOutputs outputs(form, base,
+                       {request.records, request.report,
+                        request.profile.isEmpty() ? QLatin1String(cli::kProgramName)
+                                                  : QFileInfo(request.profile).completeBaseName()},
+                       problem);
     AutomatedRun::Output output;
-    if (!request.quiet) {
+    if (!request.quiet && request.records != QLatin1String(OutputFile::kStandardOutput)) {
         output.row = [](const QString& row) { write(stdout, printableRow(row)); };
     }
     output.note = problem;
+    output.judged = [&outputs](const JudgedSends::Verdict& v, const QString& line) {
+        outputs.judged(v, line);
+    };
+    outputs.hearBoxes(dialogs);
     AutomatedRun run(form, base.pump, base.timers, verdict, {request.start, request.durationMs}, output);
     form.load();
     std::optional<Profile> profile;
     if (const auto wrong = applyProfile(request.profile, form, profile)) {
+        problem(*wrong);
+        return cli::kUsageStatus;
+    }
+    if (const auto wrong = outputs.open()) {
         problem(*wrong);
         return cli::kUsageStatus;
     }
@@ -102,7 +117,12 @@ int automated(qt::QtPlatform& platform, const cli::RunRequest& request) {
     const StopSignals stopSignals([&run] { run.end(); });
     run.begin();
     QApplication::exec();
-    return verdict.exitStatus();
+    QString summary;
+    if (const auto* judge = form.judged().judge(); judge != nullptr && judge->sends() > 0) {
+        summary = judge->summary();
+        problem(summary);
+    }
+    return outputs.finish(verdict.exitStatus(), verdict.why(), summary);
 }
 
 } // namespace

@@ -211,7 +211,7 @@ void Link::Client_Socket_DataArrival(std::int32_t bytesTotal) {
     const Int16 count = bytesTotal;
     Bytes received;
     p.Client_Socket.getData(received);
-    log_.TrafficLog(received, count, Direction::Received);
+    logArrival(p.Client_Socket, received, count);
     if (p.opt_Server.value()) {
         answer(p.Client_Socket, received, count, p.Opt_Cnn2.value());
     }
@@ -221,6 +221,16 @@ void Link::Client_Socket_DataArrival(std::int32_t bytesTotal) {
     }
     p.Client_Socket.close();
     log_.statusLine(now, texts::kClientDisconnected, Filed::AtListPlusFile);
+}
+
+void Link::logArrival(Socket& socket, const Bytes& bytes, int count) {
+    if (arriving) {
+        arriving(socket, bytes);
+    }
+    log_.TrafficLog(bytes, count, Direction::Received);
+    if (arrived) {
+        arrived();
+    }
 }
 
 void Link::answer(Socket& socket, const Bytes& received, int count, bool closing) {

@@ -31,6 +31,20 @@ public:
     // The listening branch of ConnectStart, taken when the device is the client: it runs until the
     // operator ends listening. Without it, listening ends at once.
     std::function<Started()> listeningBranch;
+    // Told of each send the run makes (a manual send, a repeat tick, a program step; never an answer)
+    // once its bytes were handed to `socket`; `step` is the program step, or -1.
+    std::function<void(Socket& socket, int step)> sentByRun;
+    // Told of each arrival on the socket that holds the link: `arriving` before its record is written,
+    // `arrived` once it is (and before it is answered).
+    std::function<void(Socket& socket, const Bytes& bytes)> arriving;
+    std::function<void()> arrived;
+    // The record of an arrival, between the two.
+    void logArrival(Socket& socket, const Bytes& bytes, int count);
+    void tellSent(Socket& socket, int step) {
+        if (sentByRun) {
+            sentByRun(socket, step);
+        }
+    }
 
     void Cmd_Start_Click();
     // The start that Connect and "Connect && Send && Recv && Close" share: both sockets closed, the

@@ -72,7 +72,7 @@ void RuleAnswers::act(Socket& socket, const std::vector<Action>& actions) {
             }
             try {
                 socket.sendAnswer(bytes);
-                log_.TrafficLog(bytes, Direction::Sent);
+                log_.TrafficLogOfRule(bytes, action.rule);
             } catch (const RuntimeFailure&) {
                 log_.TrafficLogFailure(Direction::Sent);
             }

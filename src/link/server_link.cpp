@@ -104,7 +104,7 @@ void ServerLink::Server_Socket_DataArrival(std::int32_t bytesTotal) {
         log_.TrafficLogFailure(Direction::Received);
         return;
     }
-    log_.TrafficLog(received, count, Direction::Received);
+    link_.logArrival(p.Server_Socket, received, count);
     if (p.opt_Client.value()) {
         link_.answer(p.Server_Socket, received, count);
     }

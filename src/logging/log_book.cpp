@@ -40,24 +40,31 @@ void LogBook::statusLine(const Stamp& stamp, const char* tail, Filed filed) {
 }
 
 void LogBook::addStatus(const Stamp& stamp, const char* tail, Filed filed) {
+    // "] : Listen.." is heard as "Listen..".
+    const std::string_view text(tail);
+    const QString said =
+        QString::fromLatin1(text.substr(std::min(text.find_first_not_of("] :"), text.size())));
+    hear(Heard::Kind::Status, {}, said);
     const QString line = statusText(stamp, tail);
     panel_.List1.addItem(line);
     if (filed == Filed::AtListPlusFile && panel_.Opt_List_File.value()) {
         writeFiles(withLineEnd(line));
     }
-    const std::string_view text(tail);
     if (text == texts::kConnectionFail) {
-        tell(Failure::ConnectionFail);
+        tell(Failure::ConnectionFail, said);
+    } else if (text == texts::kExpectFail) {
+        tell(Failure::ExpectFail, said);
     } else if (text == texts::kListenFail) {
-        tell(Failure::ListenFail);
+        tell(Failure::ListenFail, said);
     }
 }
 
 void LogBook::addReportRow(const QString& row) {
+    hear(Heard::Kind::Error, {}, row);
     panel_.List1.addItem(row);
     ListTrim();
     ListBottom();
-    tell(Failure::ErrorReport);
+    tell(Failure::ErrorReport, row);
 }
 
 void LogBook::ListTrim() {
@@ -170,6 +177,9 @@ void LogBook::addRows(const QString& first, const record::PieceText* pieces, con
 }
 
 void LogBook::TrafficLogFailure(Direction direction) {
+    const QString said =
+        direction == Direction::Sent ? QStringLiteral("Send Fail") : QStringLiteral("Receive Fail");
+    hear(Heard::Kind::Error, {}, said);
     if (panel_.opt_None.value()) {
         return;
     }
@@ -185,10 +195,23 @@ void LogBook::TrafficLogFailure(Direction direction) {
     if (toList) {
         addRows(code_page::fromAnsi(QByteArrayView(line).first(size)), nullptr, nullptr);
     }
-    tell(direction == Direction::Sent ? Failure::SendFail : Failure::ReceiveFail);
+    tell(direction == Direction::Sent ? Failure::SendFail : Failure::ReceiveFail, said);
 }
 
 void LogBook::TrafficLog(const Bytes& data, int len, Direction direction) {
+    record(data, len, direction, 0);
+}
+
+void LogBook::TrafficLogOfRule(const Bytes& data, int rule) {
+    record(data, static_cast<int>(data.size()), Direction::Sent, rule);
+}
+
+void LogBook::record(const Bytes& data, int len, Direction direction, int rule) {
+    if (heard) {
+        hear(direction == Direction::Sent ? Heard::Kind::Sent : Heard::Kind::Received,
+             QByteArrayView(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size())),
+             {}, rule);
+    }
     if (panel_.opt_None.value()) {
         return;
     }

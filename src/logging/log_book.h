@@ -12,7 +12,17 @@ enum class Filed { No, AtListPlusFile };
 
 // The failures the log tells of as it writes them: the two failing status lines, the failure form of a
 // traffic record, and a socket error report.
-enum class Failure { ConnectionFail, ListenFail, SendFail, ReceiveFail, ErrorReport };
+enum class Failure { ConnectionFail, ListenFail, SendFail, ReceiveFail, ErrorReport, ExpectFail };
+
+// A line of the log as it happens, told before the log level decides where it goes, so an output that
+// keeps every line (the records) hears them at any level, None included.
+struct Heard {
+    enum class Kind { Received, Sent, Status, Error };
+    Kind kind = Kind::Status;
+    QByteArrayView payload; // of a traffic record
+    QString text;           // a status line's tail, an error's text
+    int rule = 0;           // the answer rule that made a send, from 1; 0 for none
+};
 
 // The list, the daily log and the named log file: status lines, traffic records and their upkeep.
 // Calls no handler of the other subsystems.
@@ -52,15 +62,19 @@ public:
     void TrafficLog(const Bytes& data, Direction direction) {
         TrafficLog(data, static_cast<int>(data.size()), direction);
     }
+    // The record of a reply an answer rule made.
+    void TrafficLogOfRule(const Bytes& data, int rule);
     // The failure form of a record: a send or a receive that did not happen.
     void TrafficLogFailure(Direction direction);
 
     // A path of the operator's, resolved against the working folder.
     QString resolve(const QString& path) const;
 
-    // Told of each failure as it is written. At level None a failed send or receive writes nothing and
-    // tells nothing.
-    std::function<void(Failure)> failed;
+    // Told of each failure as it is written, with its text as the records hear it. At level None a failed
+    // send or receive writes nothing and tells nothing.
+    std::function<void(Failure, const QString& text)> failed;
+    // Told of each line as it happens (see Heard).
+    std::function<void(const Heard&)> heard;
 
 private:
     // A path built once and used again while what it is built from stays the same.
@@ -79,9 +93,15 @@ private:
     void writeFiles(const QByteArray& line);
     void writeNamed(const QByteArray& line);
     void writeDaily(const QByteArray& line);
-    void tell(Failure failure) {
+    void record(const Bytes& data, int len, Direction direction, int rule);
+    void hear(Heard::Kind kind, QByteArrayView payload, QString text = {}, int rule = 0) {
+        if (heard) {
+            heard(Heard{kind, payload, std::move(text), rule});
+        }
+    }
+    void tell(Failure failure, const QString& text) {
         if (failed) {
-            failed(failure);
+            failed(failure, text);
         }
     }
     Panel& panel_;

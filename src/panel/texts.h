@@ -33,6 +33,8 @@ inline constexpr char kClientConnected[] = "] : Client Connected";
 inline constexpr char kClientClosed[] = "] : Client Closed";
 // Answers by rule: bytes had to be let go unmatched, once a link.
 inline constexpr char kAnswerOverflow[] = "] : Answer Overflow";
+// Judged runs: a send's reply did not come as expected.
+inline constexpr char kExpectFail[] = "] : Expect Fail";
 
 // Message boxes: text and title.
 inline constexpr char kInputDestinationIP[] = "Input Destination IP";

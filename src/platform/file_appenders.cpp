@@ -1,6 +1,7 @@
 #include "platform/file_appenders.h"
 
 #include "platform/file_append.h"
+#include "platform/output_file.h"
 
 #include <QDir>
 
@@ -32,6 +33,11 @@ void DirectAppender::append(const QByteArray& file, const QString& folder, MakeF
     appendOrMakeFolder(file, folder, how, std::span(&piece, 1));
 }
 
+void DirectAppender::write(OutputFile& output, QByteArray bytes) {
+    const QByteArrayView piece(bytes);
+    output.write(std::span(&piece, 1));
+}
+
 AppendQueue::AppendQueue() : thread_([this] { run(); }) {}
 
 AppendQueue::~AppendQueue() {
@@ -44,11 +50,26 @@ AppendQueue::~AppendQueue() {
 }
 
 void AppendQueue::append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) {
+    push({file, folder, how, std::move(bytes)});
+}
+
+void AppendQueue::write(OutputFile& output, QByteArray bytes) {
+    push({{}, {}, MakeFolder::LastLevel, std::move(bytes), &output});
+}
+
+void AppendQueue::push(Text text) {
     std::unique_lock lock(mutex_);
+    if (text.output != nullptr && waitingBytes_ > 0 && waitingBytes_ + text.bytes.size() > kWaitingLimit) {
+        // A run's output never holds the panel: one that cannot keep up ends instead.
+        lock.unlock();
+        text.output->fail(QStringLiteral("more than %1 MiB waited to be written").arg(kWaitingLimit >> 20));
+        return;
+    }
     // A text larger than the limit still goes, alone, once the queue has emptied before it.
-    written_.wait(lock, [&] { return waitingBytes_ == 0 || waitingBytes_ + bytes.size() <= kWaitingLimit; });
-    waitingBytes_ += bytes.size();
-    waiting_.push_back({file, folder, how, std::move(bytes)});
+    written_.wait(lock,
+                  [&] { return waitingBytes_ == 0 || waitingBytes_ + text.bytes.size() <= kWaitingLimit; });
+    waitingBytes_ += text.bytes.size();
+    waiting_.push_back(std::move(text));
     lock.unlock();
     wake_.notify_one();
 }
@@ -71,7 +92,7 @@ void AppendQueue::run() {
         writing_ = true;
         lock.unlock();
         written_.notify_all(); // room for the next texts while these are written
-        write(texts);
+        writeTexts(texts);
         texts.clear();
         lock.lock();
         writing_ = false;
@@ -79,17 +100,19 @@ void AppendQueue::run() {
     }
 }
 
-void AppendQueue::write(const std::vector<Text>& texts) {
+void AppendQueue::writeTexts(const std::vector<Text>& texts) {
     // Each file once, with its texts in the order they came, the files in the order of their first text.
-    // A few files at most take turns (the named log, the daily log), so they are looked up in a list.
+    // A few files at most take turns (the named log, the daily log, the run's outputs), so they are looked up
+    // in a list.
     struct File {
         const Text* first;
         std::vector<QByteArrayView> pieces;
     };
     std::vector<File> files;
     for (const Text& text : texts) {
-        auto file = std::find_if(files.begin(), files.end(),
-                                 [&](const File& f) { return f.first->file == text.file; });
+        auto file = std::find_if(files.begin(), files.end(), [&](const File& f) {
+            return f.first->output == text.output && f.first->file == text.file;
+        });
         if (file == files.end()) {
             files.push_back({&text, {}});
             file = std::prev(files.end());
@@ -97,6 +120,10 @@ void AppendQueue::write(const std::vector<Text>& texts) {
         file->pieces.emplace_back(text.bytes);
     }
     for (const File& file : files) {
+        if (file.first->output != nullptr) {
+            file.first->output->write(file.pieces);
+            continue;
+        }
         appendOrMakeFolder(file.first->file, file.first->folder, file.first->how, file.pieces);
     }
 }

@@ -16,13 +16,15 @@ namespace sim {
 class DirectAppender : public FileAppender {
 public:
     void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) override;
+    void write(OutputFile& output, QByteArray bytes) override;
     void flush() override {}
 };
 
 // Writes on a thread of its own, so that the logging thread hands a line over and goes on. The texts
 // waiting for the same file are written together, in their order, with one open, one close and writes
-// of whole lines between them. Nothing handed over is dropped: a full queue holds the logging thread
-// until there is room, and everything waiting is written before the queue ends.
+// of whole lines between them. Nothing handed over to a log file is dropped: a full queue holds the
+// logging thread until there is room, and everything waiting is written before the queue ends. A text for
+// a run's output that finds the queue full ends that output instead.
 class AppendQueue : public FileAppender {
 public:
     // What may wait, in bytes: beyond it `append` waits for the writer.
@@ -34,6 +36,7 @@ public:
     AppendQueue& operator=(const AppendQueue&) = delete;
 
     void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) override;
+    void write(OutputFile& output, QByteArray bytes) override;
     void flush() override;
 
 private:
@@ -42,9 +45,11 @@ private:
         QString folder;
         MakeFolder how;
         QByteArray bytes;
+        OutputFile* output = nullptr; // instead of the file
     };
+    void push(Text text);
     void run();
-    static void write(const std::vector<Text>& texts);
+    static void writeTexts(const std::vector<Text>& texts);
 
     std::mutex mutex_;
     std::condition_variable wake_;    // texts to write, or the end

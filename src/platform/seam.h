@@ -96,6 +96,9 @@ struct SocketEvents {
     std::function<void(std::int32_t requestId)> connectionRequest;
     std::function<void()> close; // the peer closed
     std::function<void(int number, const QString& description, const QString& source)> error;
+    // No event of the socket's own: told at once, from inside the call that did it, whenever a link
+    // begins or ends (a close, a connect, an accept).
+    std::function<void()> linkChanged;
 };
 
 // A stream socket with an event interface. Calls that cannot be done raise RuntimeFailure with a
@@ -179,6 +182,8 @@ public:
     virtual QDate localDate() const = 0;
     virtual QTime localTime() const = 0;        // whole seconds are what callers read of it
     virtual int systemMilliseconds() const = 0; // 0..999 of the system time, read apart from the local time
+    // A clock that only goes forward, for the time between two moments of the run (reply times).
+    virtual qint64 monotonicMicroseconds() const = 0;
 };
 
 class Folders {
@@ -190,6 +195,7 @@ public:
 
 // Appends text to files, for the logs: each file is opened in append mode, written and closed again, so
 // no file stays open between two writes. The order of what is handed over is the order in each file.
+class OutputFile;
 class FileAppender {
 public:
     // How a missing folder is made before the text is tried once more: the whole path, or its last
@@ -200,6 +206,8 @@ public:
     // the whole text with its line ends. A file that cannot be written loses the text, and nothing
     // is reported.
     virtual void append(const QByteArray& file, const QString& folder, MakeFolder how, QByteArray bytes) = 0;
+    // Writes `bytes` to an output the run keeps open, in order with the texts appended.
+    virtual void write(OutputFile& output, QByteArray bytes) = 0;
     // Returns once everything handed over so far has been written (or lost).
     virtual void flush() = 0;
 };

@@ -40,6 +40,9 @@ void StreamSocket::raiseError(int number) {
 
 void StreamSocket::reset() {
     ++generation_;
+    if (events.linkChanged) {
+        events.linkChanged();
+    }
     inbox_.clear();
     arrivalQueued_ = false;
     arrivalsHeld_ = false;

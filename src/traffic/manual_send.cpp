@@ -49,6 +49,7 @@ void ManualSend::Cmd_Send_Click() {
         log_.TrafficLogFailure(Direction::Sent);
         return;
     }
+    link_.tellSent(*socket, -1);
     log_.TrafficLog(payload, Direction::Sent);
 }
 

@@ -70,6 +70,7 @@ void ProgramMode::Timer2_Timer() {
             return; // the same step again at the next tick, for as long as the link is down
         }
         socket.sendData(payload);
+        link_.tellSent(socket, s);
         log_.TrafficLog(payload, Direction::Sent);
         if (s < 3) {
             ComboBox& gap = p.txtTimeGap(s);

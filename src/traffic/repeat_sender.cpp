@@ -23,6 +23,7 @@ void RepeatSender::Timer1_Timer() {
         convertByFormat(p.opt_Ascii.value(), p.opt_HexA.value(), payload, p.txt_Data_Input.text());
         if (p.Client_Socket.state() == socket_state::kConnected) {
             p.Client_Socket.sendData(payload);
+            link_.tellSent(p.Client_Socket, -1);
             log_.TrafficLog(payload, Direction::Sent);
             return;
         }

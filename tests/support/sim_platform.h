@@ -71,6 +71,7 @@ public:
     QDate localDate() const override { return nowDateTime().date(); }
     QTime localTime() const override { return nowDateTime().time(); }
     int systemMilliseconds() const override { return nowDateTime().time().msec(); }
+    qint64 monotonicMicroseconds() const override { return now_ * 1000; }
     QDateTime nowDateTime() const { return start_.addMSecs(now_); }
 
     // Takes an event back; one that has run is gone already.

@@ -1,5 +1,7 @@
 #include "platform/qt/qt_services.h"
 
+#include <chrono>
+
 #include "platform/runtime_failure.h"
 
 #include <QCoreApplication>
@@ -239,6 +241,12 @@ QTime QtClock::localTime() const {
 
 int QtClock::systemMilliseconds() const {
     return QDateTime::currentDateTimeUtc().time().msec();
+}
+
+qint64 QtClock::monotonicMicroseconds() const {
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 namespace {

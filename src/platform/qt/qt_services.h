@@ -49,6 +49,7 @@ public:
     QDate localDate() const override;
     QTime localTime() const override;
     int systemMilliseconds() const override;
+    qint64 monotonicMicroseconds() const override;
 
 private:
     const QDateTime& local() const;
