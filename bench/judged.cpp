@@ -120,6 +120,19 @@ bool readable(int fd, int limitMs) {
     return ::poll(&p, 1, limitMs) > 0;
 }
 
+// Reads exactly `size` bytes, each piece within 5 s; false when the link ended or went quiet first.
+bool receiveAll(int fd, char* data, std::size_t size) {
+    std::size_t got = 0;
+    while (got < size && readable(fd, 5000)) {
+        const ssize_t n = ::recv(fd, data + got, size - got, 0);
+        if (n <= 0) {
+            break;
+        }
+        got += static_cast<std::size_t>(n);
+    }
+    return got == size;
+}
+
 constexpr char kPing[] = "PING\r\n";
 constexpr char kPong[] = "+PONG\r\n";
 
@@ -242,15 +255,7 @@ double loopbackRoundTrip(int trips, int pauseMs) {
         noDelay(fd);
         char line[sizeof kPing - 1];
         for (int i = 0; i < trips; ++i) {
-            std::size_t got = 0;
-            while (got < sizeof line && readable(fd, 5000)) {
-                const ssize_t n = ::recv(fd, line + got, sizeof line - got, 0);
-                if (n <= 0) {
-                    break;
-                }
-                got += static_cast<std::size_t>(n);
-            }
-            if (got < sizeof line || !sendAll(fd, kPong, sizeof kPong - 1)) {
+            if (!receiveAll(fd, line, sizeof line) || !sendAll(fd, kPong, sizeof kPong - 1)) {
                 break;
             }
         }
@@ -271,15 +276,7 @@ double loopbackRoundTrip(int trips, int pauseMs) {
             if (!sendAll(fd, kPing, sizeof kPing - 1)) {
                 break;
             }
-            std::size_t got = 0;
-            while (got < sizeof back && readable(fd, 5000)) {
-                const ssize_t n = ::recv(fd, back + got, sizeof back - got, 0);
-                if (n <= 0) {
-                    break;
-                }
-                got += static_cast<std::size_t>(n);
-            }
-            if (got < sizeof back) {
+            if (!receiveAll(fd, back, sizeof back)) {
                 break;
             }
             times.push_back(ms(Clock::now() - start));

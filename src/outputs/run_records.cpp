@@ -100,7 +100,7 @@ void RunRecords::heard(const Heard& heard) {
         begin(heard.kind == Heard::Kind::Received ? "recv" : "send");
         field("bytes", heard.payload.size());
         line_.append(",\"hex\":\"");
-        line_.append(heard.payload.toByteArray().toHex());
+        line_.append(QByteArray::fromRawData(heard.payload.data(), heard.payload.size()).toHex());
         line_.append('"');
         field("text", code_page::fromAnsi(heard.payload));
         if (heard.rule > 0) {
