@@ -4,6 +4,7 @@
 #include "support/panel_state.h"
 #include "support/sim_form.h"
 
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -194,6 +195,71 @@ TEST(Profile, AFileIsReadAsUtf8WithCommentsSectionsAndEitherLineEnd) {
     for (const auto& [path, message] : failures) {
         EXPECT_FALSE(Profile::load(path, &error));
         EXPECT_EQ(error, message);
+    }
+}
+
+// TLS is checked with its files before anything listens or dials; each file is found from the profile's
+// folder. The certificates are made here, with openssl.
+TEST(Profile, TlsAndItsFilesAreCheckedBeforeTheRunBegins) {
+    const QTemporaryDir dir;
+    const auto openssl = [&](const QStringList& arguments) {
+        QProcess p;
+        p.setWorkingDirectory(dir.path());
+        p.start(QStringLiteral("openssl"), arguments);
+        ASSERT_TRUE(p.waitForFinished(10000) && p.exitCode() == 0) << p.readAllStandardError().toStdString();
+    };
+    for (const char* name : {"a", "b"}) {
+        openssl({"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+                 "-keyout", QStringLiteral("%1.key").arg(name), "-out", QStringLiteral("%1.crt").arg(name),
+                 "-subj", "/CN=device", "-days", "1"});
+    }
+    const auto file = [&](const char* name, const QByteArray& bytes, QFileDevice::Permissions mode) {
+        QFile f(dir.filePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+        f.setPermissions(mode);
+    };
+    const auto owner = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    QFile key(dir.filePath("a.key"));
+    ASSERT_TRUE(key.open(QIODevice::ReadOnly));
+    file("open.key", key.readAll(), owner | QFileDevice::ReadGroup | QFileDevice::ReadOther);
+    file("junk.pem", "hello\n", owner);
+    for (const char* k : {"a.key", "b.key"}) {
+        QFile(dir.filePath(k)).setPermissions(owner);
+    }
+    const QString at = dir.path() + '/';
+    const std::pair<QStringList, QString> cases[] = {
+        {{"tls=maybe"}, "1: tls: 'maybe' is neither true nor false"},
+        {{"tls.ca=a.crt"}, "1: tls.ca: set, but tls is not true"},
+        {{"tls=true", "tls.certificate=a.crt"},
+         "2: tls.certificate: a certificate needs its private key in tls.key"},
+        {{"tls=true", "tls.key=a.key"}, "2: tls.key: a private key needs its certificate in tls.certificate"},
+        {{"opt_Client=true", "tls=true"}, "2: tls: listening with TLS needs tls.certificate and tls.key"},
+        {{"tls=true", "tls.verify=false", "tls.ca=a.crt"},
+         "2: tls.verify: false leaves tls.ca unused; leave out one of them"},
+        {{"tls=true", "tls.certificate=no.crt", "tls.key=a.key"},
+         "2: tls.certificate: " + at + "no.crt cannot be read: No such file or directory"},
+        {{"tls=true", "tls.certificate=junk.pem", "tls.key=a.key"},
+         "2: tls.certificate: " + at + "junk.pem holds no PEM certificate"},
+        {{"tls=true", "tls.certificate=a.crt", "tls.key=open.key"},
+         "3: tls.key: " + at + "open.key can be read by others than its owner; chmod 600 " + at + "open.key"},
+        {{"tls=true", "tls.certificate=a.crt", "tls.key=junk.pem"},
+         "3: tls.key: " + at + "junk.pem holds no PEM private key (or one with a passphrase)"},
+        {{"tls=true", "tls.certificate=a.crt", "tls.key=b.key"},
+         "3: tls.key: " + at + "b.key is not the private key of " + at + "a.crt"},
+        {{"tls=true", "tls.ca=junk.pem"}, "2: tls.ca: " + at + "junk.pem holds no PEM certificate"},
+        {{"opt_Client=true", "tls=true", "tls.certificate=a.crt", "tls.key=a.key", "tls.ca=b.crt"}, ""},
+    };
+    for (const auto& [lines, expected] : cases) {
+        SCOPED_TRACE(lines.join(' ').toStdString());
+        SimForm f;
+        QString error;
+        const auto profile = Profile::parse(lines.join(u'\n'), dir.filePath("run.ini"), &error);
+        ASSERT_TRUE(profile) << error.toStdString();
+        const auto wrong = profile->applyTo(f.form);
+        EXPECT_EQ(wrong.value_or(QString()),
+                  expected.isEmpty() ? QString() : dir.filePath("run.ini:") + expected);
+        EXPECT_EQ(f.form.tls().has_value(), expected.isEmpty());
     }
 }
 

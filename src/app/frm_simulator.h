@@ -14,6 +14,7 @@
 #include "panel/role.h"
 #include "panel/saved_settings.h"
 #include "platform/seam.h"
+#include "tls/tls_settings.h"
 #include "traffic/manual_send.h"
 #include "traffic/program_mode.h"
 #include "traffic/repeat_sender.h"
@@ -37,6 +38,9 @@ public:
     Link& link() { return link_; }
     JudgedSends& judged() { return judged_; }
     LogBook& log() { return log_; }
+    // TLS on the link, as a profile asked for it; none for a plain link.
+    const std::optional<tls::Settings>& tls() const { return tls_; }
+    void setTls(std::optional<tls::Settings> settings) { tls_ = std::move(settings); }
 
 private:
     void wire();
@@ -60,6 +64,7 @@ private:
     ManualSend manualSend_;
     RepeatSender repeat_;
     ProgramMode program_;
+    std::optional<tls::Settings> tls_;
 };
 
 } // namespace sim
