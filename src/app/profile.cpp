@@ -444,6 +444,21 @@ std::optional<QString> Profile::applyTo(FrmSimulator& form) const {
     }
     form.link().rules().configure(std::move(extras.answers));
     form.judged().configure(std::move(extras.judge));
+    if (extras.tls) {
+        // The dialling socket and, with a certificate, the listening one take TLS for their roles.
+        QString why;
+        std::shared_ptr<const tls::Context> dialling =
+            tls::Context::make(*extras.tls, tls::Role::Dialling, &why);
+        std::shared_ptr<const tls::Context> listening;
+        if (dialling && !extras.tls->certificate.isEmpty()) {
+            listening = tls::Context::make(*extras.tls, tls::Role::Listening, &why);
+        }
+        if (!dialling || (!extras.tls->certificate.isEmpty() && !listening)) {
+            return QStringLiteral("%1: tls: %2").arg(file_, why);
+        }
+        form.panel().Client_Socket.setTls(dialling);
+        form.panel().Server_Socket.setTls(listening);
+    }
     form.setTls(std::move(extras.tls));
     return std::nullopt;
 }

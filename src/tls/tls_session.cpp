@@ -124,6 +124,10 @@ qsizetype Session::write(const char* data, qsizetype size, Want* want) {
     return std::max(n, 0);
 }
 
+bool Session::pending() const {
+    return SSL_pending(ssl_) > 0;
+}
+
 void Session::shutdown() {
     if (SSL_is_init_finished(ssl_)) {
         SSL_shutdown(ssl_);

@@ -52,6 +52,8 @@ public:
     // Plaintext read into `data` (up to `size`) or written from it: the count, or 0 and what it waits for.
     qsizetype read(char* data, qsizetype size, Want* want);
     qsizetype write(const char* data, qsizetype size, Want* want);
+    // Whether plaintext already decrypted waits to be read: the descriptor will not say so.
+    bool pending() const;
     // Says the link is closing (close_notify), as far as the descriptor takes it now.
     void shutdown();
 

@@ -144,9 +144,33 @@ void QtSocket::wake() {
     gate_.post([] {});
 }
 
-void QtSocket::failWith(int number) {
+void QtSocket::failWith(int number, const QString& description) {
     dropNotifiers();
-    raiseError(number);
+    raiseError(number, description);
+}
+
+void QtSocket::shakeHands() {
+    switch (session_->handshake()) {
+    case tls::Session::Want::Nothing:
+        tlsDescription_ = session_->describe();
+        setState(socket_state::kConnected);
+        writeNotifier_->setEnabled(false);
+        watch();
+        wake();
+        return;
+    case tls::Session::Want::Read:
+        readNotifier_->setEnabled(true);
+        writeNotifier_->setEnabled(false);
+        return;
+    case tls::Session::Want::Write:
+        readNotifier_->setEnabled(false);
+        writeNotifier_->setEnabled(true);
+        return;
+    case tls::Session::Want::Closed:
+    case tls::Session::Want::Failed:
+        failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+        return;
+    }
 }
 
 void QtSocket::connect() {
@@ -169,7 +193,10 @@ void QtSocket::connect() {
     const int rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     const int err = errno;
     adopt(fd, socket_state::kConnecting);
-    if (rc == 0) {
+    if (rc == 0 && tls() != nullptr) {
+        session_ = std::make_unique<tls::Session>(*tls(), fd_, remoteHost_);
+        shakeHands();
+    } else if (rc == 0) {
         setState(socket_state::kConnected);
         watch();
         wake();
@@ -227,6 +254,8 @@ void QtSocket::adopt(int fd, int state) {
     reset();
     fd_ = fd;
     readEnded_ = false;
+    session_.reset();
+    tlsDescription_.clear();
     setState(state);
     readNotifier_ = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
     readNotifier_->setEnabled(false);
@@ -241,8 +270,12 @@ void QtSocket::adopt(int fd, int state) {
 }
 
 void QtSocket::watch() {
-    if (readNotifier_ && state() != socket_state::kListening) {
-        readNotifier_->setEnabled(!readEnded_ && inbox().size() < kInboxHigh && !outboxFull());
+    if (readNotifier_ && state() != socket_state::kListening && !shakingHands()) {
+        const bool reading = !readEnded_ && inbox().size() < kInboxHigh && !outboxFull();
+        readNotifier_->setEnabled(reading);
+        if (reading && session_ && session_->pending()) {
+            post([this] { onReadable(); }); // decrypted already: the descriptor will not wake us for it
+        }
     }
 }
 
@@ -267,12 +300,21 @@ void QtSocket::onListenReady() {
 }
 
 void QtSocket::onWritable() {
+    if (shakingHands()) {
+        shakeHands();
+        return;
+    }
     if (state() == socket_state::kConnecting) {
         int err = 0;
         socklen_t length = sizeof err;
         ::getsockopt(fd_, SOL_SOCKET, SO_ERROR, &err, &length);
         if (err != 0) {
             failWith(fromErrno(err));
+            return;
+        }
+        if (tls() != nullptr) {
+            session_ = std::make_unique<tls::Session>(*tls(), fd_, remoteHost_);
+            shakeHands();
             return;
         }
         setState(socket_state::kConnected);
@@ -286,7 +328,20 @@ void QtSocket::onWritable() {
 
 void QtSocket::flushOutbox() {
     const qsizetype before = outbox_.size();
-    while (!outbox_.isEmpty()) {
+    while (!outbox_.isEmpty() && session_) {
+        tls::Session::Want want = tls::Session::Want::Nothing;
+        const qsizetype n = session_->write(outbox_.constData(), outbox_.size(), &want);
+        if (want == tls::Session::Want::Failed || want == tls::Session::Want::Closed) {
+            outbox_.clear();
+            failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+            return;
+        }
+        if (n == 0) {
+            break; // the notifier says when it can go on
+        }
+        outbox_.remove(0, n);
+    }
+    while (!outbox_.isEmpty() && !session_) {
         const ssize_t n = ::send(fd_, outbox_.constData(), static_cast<size_t>(outbox_.size()), MSG_NOSIGNAL);
         if (n < 0) {
             if (errno == EAGAIN || errno == EWOULDBLOCK) {
@@ -308,9 +363,33 @@ void QtSocket::flushOutbox() {
 }
 
 void QtSocket::onReadable() {
+    if (shakingHands()) {
+        shakeHands();
+        return;
+    }
     char chunk[65536];
     qsizetype taken = 0;
-    while (taken < kReadPerWake && inbox().size() < kInboxHigh) {
+    while (session_ && taken < kReadPerWake && inbox().size() < kInboxHigh) {
+        tls::Session::Want want = tls::Session::Want::Nothing;
+        const qsizetype n = session_->read(chunk, sizeof chunk, &want);
+        if (n > 0) {
+            received(chunk, n);
+            taken += n;
+            continue;
+        }
+        if (want == tls::Session::Want::Closed) {
+            readEnded_ = true;
+            watch();
+            peerClosed();
+            return;
+        }
+        if (want == tls::Session::Want::Failed) {
+            failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+            return;
+        }
+        break;
+    }
+    while (!session_ && taken < kReadPerWake && inbox().size() < kInboxHigh) {
         const ssize_t n = ::recv(fd_, chunk, sizeof chunk, 0);
         if (n > 0) {
             received(chunk, n);
@@ -344,6 +423,11 @@ void QtSocket::dropNotifiers() {
 
 void QtSocket::close() {
     dropNotifiers();
+    if (session_) {
+        session_->shutdown(); // what waits unsent goes with the link: it cannot linger in clear
+        outbox_.clear();
+        session_.reset();
+    }
     const bool linked = state() == socket_state::kConnected || state() == socket_state::kClosing;
     if (fd_ >= 0 && !outbox_.isEmpty() && linked) {
         new Linger(fd_, outbox_);

@@ -30,6 +30,8 @@ public:
     void setLocalPort(std::int32_t port) override { localPort_ = port; }
     std::int32_t localPort() const override;
 
+    QString tlsDescription() const override { return tlsDescription_; }
+
     void connect() override;
     void listen() override;
     void accept(std::int32_t requestId) override;
@@ -43,7 +45,10 @@ protected:
 
 private:
     void wake();
-    void failWith(int number);
+    void failWith(int number, const QString& description = {});
+    // Drives the handshake of a dialled TLS link on; the link is connected once it has ended well.
+    void shakeHands();
+    bool shakingHands() const { return session_ && state() == socket_state::kConnecting; }
     void adopt(int fd, int state);
     void watch();
     void onReadable();
@@ -61,7 +66,9 @@ private:
     std::unique_ptr<QSocketNotifier> writeNotifier_;
     QByteArray outbox_;
     bool readEnded_ = false;
-    std::set<int> heldRequests_; // accepted by the system, waiting for Accept
+    std::set<int> heldRequests_;            // accepted by the system, waiting for Accept
+    std::unique_ptr<tls::Session> session_; // a TLS link's
+    QString tlsDescription_;
 };
 
 class QtNetwork : public Network {
