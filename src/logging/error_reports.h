@@ -14,6 +14,9 @@ public:
 
     void Client_Socket_Error(int number, const QString& description, const QString& source);
     void Server_Socket_Error(int number, const QString& description, const QString& source);
+    // A client the listening socket dropped before it became a request (a failed TLS handshake): reported
+    // as the socket's errors are, and the socket goes on listening.
+    void Server_Socket_ClientDropped(int number, const QString& description, const QString& source);
     static void FolderMake(const QString& path);
 
 private:

@@ -102,6 +102,9 @@ struct SocketEvents {
     // No event of the socket's own: told at once, from inside the call that did it, whenever a link
     // begins or ends (a close, a connect, an accept).
     std::function<void()> linkChanged;
+    // A listening socket dropped a client before it became a request (its TLS handshake failed); the
+    // socket goes on listening. (number, description, source), as an error's.
+    std::function<void(int, const QString&, const QString&)> clientDropped;
 };
 
 // A stream socket with an event interface. Calls that cannot be done raise RuntimeFailure with a

@@ -112,6 +112,7 @@ QtSocket::QtSocket(EventGate& gate, QString name) : StreamSocket(std::move(name)
 QtSocket::~QtSocket() {
     events = {};
     close();
+    heldSessions_.clear();
     for (int fd : heldRequests_) {
         ::close(fd);
     }
@@ -244,7 +245,12 @@ void QtSocket::accept(std::int32_t requestId) {
         fail(se::kInvalidArgument);
     }
     heldRequests_.erase(held);
+    auto session = heldSessions_.extract(requestId);
     adopt(requestId, socket_state::kConnected);
+    if (!session.empty()) {
+        session_ = std::move(session.mapped());
+        tlsDescription_ = session_->describe();
+    }
     watch();
     wake();
 }
@@ -285,18 +291,90 @@ void QtSocket::onListenReady() {
         if (fd < 0) {
             return;
         }
-        heldRequests_.insert(fd);
-        // Not dropped by a Close: the handler closes the listen before it accepts.
-        gate_.post([this, fd] {
-            if (state() == socket_state::kListening && events.connectionRequest) {
-                events.connectionRequest(fd);
-            }
-            // A request that was not accepted is turned away.
-            if (heldRequests_.erase(fd) != 0) {
-                ::close(fd);
-            }
-        });
+        if (tls() != nullptr) {
+            startHandshake(fd);
+        } else {
+            raiseRequest(fd);
+        }
     }
+}
+
+void QtSocket::raiseRequest(int fd) {
+    heldRequests_.insert(fd);
+    // Not dropped by a Close: the handler closes the listen before it accepts.
+    gate_.post([this, fd] {
+        if (state() == socket_state::kListening && events.connectionRequest) {
+            events.connectionRequest(fd);
+        }
+        // A request that was not accepted is turned away.
+        if (heldRequests_.erase(fd) != 0) {
+            heldSessions_.erase(fd);
+            ::close(fd);
+        }
+    });
+}
+
+void QtSocket::startHandshake(int fd) {
+    Handshake& h = handshakes_[fd];
+    h.session = std::make_unique<tls::Session>(*tls(), fd);
+    h.read = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    h.write = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
+    h.write->setEnabled(false);
+    QObject::connect(h.read.get(), &QSocketNotifier::activated, [this, fd] { stepHandshake(fd); });
+    QObject::connect(h.write.get(), &QSocketNotifier::activated, [this, fd] { stepHandshake(fd); });
+    h.limit = std::make_unique<QTimer>();
+    h.limit->setSingleShot(true);
+    QObject::connect(h.limit.get(), &QTimer::timeout, [this, fd] {
+        dropClient(fd, QStringLiteral("the client did not end its TLS handshake within a second"));
+    });
+    h.limit->start(1000);
+    stepHandshake(fd);
+}
+
+void QtSocket::stepHandshake(int fd) {
+    const auto it = handshakes_.find(fd);
+    if (it == handshakes_.end()) {
+        return;
+    }
+    Handshake& h = it->second;
+    switch (h.session->handshake()) {
+    case tls::Session::Want::Nothing:
+        heldSessions_[fd] = std::move(h.session);
+        handshakes_.erase(it);
+        raiseRequest(fd);
+        return;
+    case tls::Session::Want::Read:
+        h.read->setEnabled(true);
+        h.write->setEnabled(false);
+        return;
+    case tls::Session::Want::Write:
+        h.read->setEnabled(false);
+        h.write->setEnabled(true);
+        return;
+    case tls::Session::Want::Closed:
+    case tls::Session::Want::Failed:
+        dropClient(fd, h.session->failure());
+        return;
+    }
+}
+
+void QtSocket::dropClient(int fd, const QString& why) {
+    // Taken apart later: this may run inside one of the handshake's own notifiers.
+    const auto it = handshakes_.find(fd);
+    if (it == handshakes_.end()) {
+        return;
+    }
+    auto gone = std::make_shared<Handshake>(std::move(it->second));
+    handshakes_.erase(it);
+    gone->read->setEnabled(false);
+    gone->write->setEnabled(false);
+    gone->limit->stop();
+    gate_.post([gone, fd] { ::close(fd); });
+    post([this, why] {
+        if (events.clientDropped) {
+            events.clientDropped(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(why), name());
+        }
+    });
 }
 
 void QtSocket::onWritable() {
@@ -423,6 +501,10 @@ void QtSocket::dropNotifiers() {
 
 void QtSocket::close() {
     dropNotifiers();
+    for (auto& [fd, handshake] : handshakes_) {
+        ::close(fd);
+    }
+    handshakes_.clear();
     if (session_) {
         session_->shutdown(); // what waits unsent goes with the link: it cannot linger in clear
         outbox_.clear();

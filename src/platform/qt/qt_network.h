@@ -6,6 +6,9 @@
 
 #include <QByteArray>
 #include <QSocketNotifier>
+#include <QTimer>
+
+#include <map>
 
 #include <memory>
 #include <set>
@@ -66,8 +69,21 @@ private:
     std::unique_ptr<QSocketNotifier> writeNotifier_;
     QByteArray outbox_;
     bool readEnded_ = false;
-    std::set<int> heldRequests_;            // accepted by the system, waiting for Accept
-    std::unique_ptr<tls::Session> session_; // a TLS link's
+    std::set<int> heldRequests_; // accepted by the system, waiting for Accept
+    // A client's TLS handshake, run while the socket goes on listening; a request is raised only once it
+    // has ended well, and one that fails or takes longer than a second is dropped with its reason.
+    struct Handshake {
+        std::unique_ptr<tls::Session> session;
+        std::unique_ptr<QSocketNotifier> read, write;
+        std::unique_ptr<QTimer> limit;
+    };
+    void startHandshake(int fd);
+    void stepHandshake(int fd);
+    void dropClient(int fd, const QString& why);
+    void raiseRequest(int fd);
+    std::map<int, Handshake> handshakes_;
+    std::map<int, std::unique_ptr<tls::Session>> heldSessions_; // of held requests
+    std::unique_ptr<tls::Session> session_;                     // a TLS link's
     QString tlsDescription_;
 };
 
