@@ -38,6 +38,7 @@ public:
     Link& link() { return link_; }
     JudgedSends& judged() { return judged_; }
     LogBook& log() { return log_; }
+    ErrorReports& errors() { return errors_; }
     // TLS on the link, as a profile asked for it; none for a plain link.
     const std::optional<tls::Settings>& tls() const { return tls_; }
     void setTls(std::optional<tls::Settings> settings) { tls_ = std::move(settings); }

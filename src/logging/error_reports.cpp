@@ -44,6 +44,9 @@ void ErrorReports::report(const char* title, const char* row, int number, const 
                     text);
     log_.WriteLog(text);
     log_.addReportRow(clock_.localTime().toString(QStringLiteral("HH:mm:ss")) + QLatin1String(row));
+    if (reported) {
+        reported(number, description);
+    }
 }
 
 } // namespace sim

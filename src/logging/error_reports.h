@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "logging/log_book.h"
 
 namespace sim {
@@ -18,6 +20,9 @@ public:
     // as the socket's errors are, and the socket goes on listening.
     void Server_Socket_ClientDropped(int number, const QString& description, const QString& source);
     static void FolderMake(const QString& path);
+
+    // Told of each report as it is written: its number and description.
+    std::function<void(int number, const QString& description)> reported;
 
 private:
     void report(const char* title, const char* row, int number, const QString& description,
