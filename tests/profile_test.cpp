@@ -259,7 +259,9 @@ TEST(Profile, TlsAndItsFilesAreCheckedBeforeTheRunBegins) {
         const auto wrong = profile->applyTo(f.form);
         EXPECT_EQ(wrong.value_or(QString()),
                   expected.isEmpty() ? QString() : dir.filePath("run.ini:") + expected);
-        EXPECT_EQ(f.form.tls().has_value(), expected.isEmpty());
+        EXPECT_EQ(f.form.panel().frmSimulator.caption(),
+                  QStringLiteral("Tarnix Simulator Ver3.5.1 (2011/06/08)") +
+                      (expected.isEmpty() ? " [TLS]" : ""));
     }
 }
 

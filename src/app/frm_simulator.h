@@ -14,7 +14,6 @@
 #include "panel/role.h"
 #include "panel/saved_settings.h"
 #include "platform/seam.h"
-#include "tls/tls_settings.h"
 #include "traffic/manual_send.h"
 #include "traffic/program_mode.h"
 #include "traffic/repeat_sender.h"
@@ -39,9 +38,6 @@ public:
     JudgedSends& judged() { return judged_; }
     LogBook& log() { return log_; }
     ErrorReports& errors() { return errors_; }
-    // TLS on the link, as a profile asked for it; none for a plain link.
-    const std::optional<tls::Settings>& tls() const { return tls_; }
-    void setTls(std::optional<tls::Settings> settings) { tls_ = std::move(settings); }
 
 private:
     void wire();
@@ -65,7 +61,6 @@ private:
     ManualSend manualSend_;
     RepeatSender repeat_;
     ProgramMode program_;
-    std::optional<tls::Settings> tls_;
 };
 
 } // namespace sim

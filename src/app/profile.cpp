@@ -1,5 +1,6 @@
 #include "app/profile.h"
 
+#include "panel/texts.h"
 #include "platform/code_page.h"
 #include "platform/runtime_failure.h"
 
@@ -458,8 +459,8 @@ std::optional<QString> Profile::applyTo(FrmSimulator& form) const {
         }
         form.panel().Client_Socket.setTls(dialling);
         form.panel().Server_Socket.setTls(listening);
+        form.panel().frmSimulator.setCaption(QLatin1String(texts::kFormCaption) + QStringLiteral(" [TLS]"));
     }
-    form.setTls(std::move(extras.tls));
     return std::nullopt;
 }
 

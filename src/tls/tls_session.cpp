@@ -31,6 +31,8 @@ std::unique_ptr<Context> Context::make(const Settings& s, Role role, QString* wh
     SSL_CTX_set_min_proto_version(ctx, TLS1_2_VERSION);
     // A peer that closes without close_notify has closed the link, as a plain link's peer does.
     SSL_CTX_set_options(ctx, SSL_OP_IGNORE_UNEXPECTED_EOF);
+    // A write returns as each record goes out, and the rest is retried from wherever the caller keeps it.
+    SSL_CTX_set_mode(ctx, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
     const auto native = [](const QString& path) { return QFile::encodeName(path); };
     if (!s.certificate.isEmpty() &&
         (SSL_CTX_use_certificate_chain_file(ctx, native(s.certificate).constData()) != 1 ||

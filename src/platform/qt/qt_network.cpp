@@ -64,27 +64,46 @@ int newStreamSocket() {
 }
 
 // Bytes handed to SendData before a Close still go out, as they would from the system's own buffer:
-// the closed link lingers until they are written or the peer stops taking them.
+// the closed link lingers until they are written or the peer stops taking them. A TLS link's bytes go
+// through its session, which then says close_notify.
 class Linger : public QObject {
 public:
-    Linger(int fd, QByteArray rest) : fd_(fd), rest_(std::move(rest)), notifier_(fd, QSocketNotifier::Write) {
-        QObject::connect(&notifier_, &QSocketNotifier::activated, this, [this] { write(); });
+    Linger(int fd, QByteArray rest, std::unique_ptr<tls::Session> session)
+        : fd_(fd), rest_(std::move(rest)), session_(std::move(session)), writable_(fd, QSocketNotifier::Write),
+          readable_(fd, QSocketNotifier::Read) {
+        readable_.setEnabled(false);
+        QObject::connect(&writable_, &QSocketNotifier::activated, this, [this] { write(); });
+        QObject::connect(&readable_, &QSocketNotifier::activated, this, [this] { write(); });
         QTimer::singleShot(kGiveUpMs, this, [this] { finish(); });
     }
 
 private:
     static constexpr int kGiveUpMs = 5000;
     void write() {
-        const ssize_t n = ::send(fd_, rest_.constData(), static_cast<size_t>(rest_.size()), MSG_NOSIGNAL);
-        if (n > 0) {
-            rest_.remove(0, n);
+        bool failed = false;
+        if (session_) {
+            tls::Session::Want want = tls::Session::Want::Nothing;
+            rest_.remove(0, session_->write(rest_.constData(), rest_.size(), &want));
+            failed = want == tls::Session::Want::Failed || want == tls::Session::Want::Closed;
+            // The session may need the peer's records before it can write on (a key update).
+            writable_.setEnabled(want != tls::Session::Want::Read);
+            readable_.setEnabled(want == tls::Session::Want::Read);
+        } else {
+            const ssize_t n = ::send(fd_, rest_.constData(), static_cast<size_t>(rest_.size()), MSG_NOSIGNAL);
+            rest_.remove(0, std::max<ssize_t>(n, 0));
+            failed = n < 0 && errno != EAGAIN && errno != EWOULDBLOCK;
         }
-        if (rest_.isEmpty() || (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK)) {
+        if (rest_.isEmpty() || failed) {
             finish();
         }
     }
     void finish() {
-        notifier_.setEnabled(false);
+        writable_.setEnabled(false);
+        readable_.setEnabled(false);
+        if (session_ && rest_.isEmpty()) {
+            session_->shutdown();
+        }
+        session_.reset();
         if (fd_ >= 0) {
             ::close(fd_);
             fd_ = -1;
@@ -93,7 +112,9 @@ private:
     }
     int fd_;
     QByteArray rest_;
-    QSocketNotifier notifier_;
+    std::unique_ptr<tls::Session> session_;
+    QSocketNotifier writable_;
+    QSocketNotifier readable_;
 };
 
 } // namespace
@@ -505,17 +526,16 @@ void QtSocket::close() {
         ::close(fd);
     }
     handshakes_.clear();
-    if (session_) {
-        session_->shutdown(); // what waits unsent goes with the link: it cannot linger in clear
-        outbox_.clear();
-        session_.reset();
-    }
     const bool linked = state() == socket_state::kConnected || state() == socket_state::kClosing;
     if (fd_ >= 0 && !outbox_.isEmpty() && linked) {
-        new Linger(fd_, outbox_);
+        new Linger(fd_, outbox_, std::move(session_));
     } else if (fd_ >= 0) {
+        if (session_) {
+            session_->shutdown();
+        }
         ::close(fd_);
     }
+    session_.reset();
     fd_ = -1;
     const bool changed = state() != socket_state::kClosed;
     setState(socket_state::kClosed);
