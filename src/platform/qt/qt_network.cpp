@@ -69,8 +69,8 @@ int newStreamSocket() {
 class Linger : public QObject {
 public:
     Linger(int fd, QByteArray rest, std::unique_ptr<tls::Session> session)
-        : fd_(fd), rest_(std::move(rest)), session_(std::move(session)), writable_(fd, QSocketNotifier::Write),
-          readable_(fd, QSocketNotifier::Read) {
+        : fd_(fd), rest_(std::move(rest)), session_(std::move(session)),
+          writable_(fd, QSocketNotifier::Write), readable_(fd, QSocketNotifier::Read) {
         readable_.setEnabled(false);
         QObject::connect(&writable_, &QSocketNotifier::activated, this, [this] { write(); });
         QObject::connect(&readable_, &QSocketNotifier::activated, this, [this] { write(); });
