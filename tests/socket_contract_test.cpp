@@ -1,7 +1,9 @@
 // The contract every socket of the program keeps, held against the system's own sockets over loopback.
 
 #include "mixed_platform.h"
+#include "support/certificates.h"
 
+#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -9,7 +11,9 @@
 
 #include <numeric>
 
+#include <arpa/inet.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace sim::test {
 namespace {
@@ -127,6 +131,74 @@ TEST_F(SocketContract, CarriesBytesBothWaysAsAListenerAndAsAClientAndFailsWithTh
         << "the device sees the link end";
     EXPECT_EQ(closes, 1);
     EXPECT_EQ(errors.size(), 2U);
+}
+
+// A TLS listener shakes hands with each client while it goes on listening: one that speaks plain text is
+// dropped at once and one that says nothing after a second, each with its reason; a TLS client becomes a
+// request, its bytes arrive decrypted, and bytes left unsent at a Close still reach it before close_notify.
+TEST_F(SocketContract, ATlsListenerDropsClientsThatCannotShakeHandsAndServesOneThatCan) {
+    const Certificates c;
+    ASSERT_TRUE(c.made);
+    QString why;
+    Socket& s = *socket;
+    s.setTls(
+        tls::Context::make({c.crt("device"), c.key("device"), {}, true, {}}, tls::Role::Listening, &why));
+    std::vector<std::pair<QString, qint64>> dropped;
+    QElapsedTimer clock;
+    s.events.clientDropped = [&](int number, const QString& description, const QString& source) {
+        EXPECT_EQ(number, 40100);
+        EXPECT_EQ(source, QStringLiteral("Client_Socket"));
+        dropped.emplace_back(description, clock.elapsed());
+    };
+    s.events.connectionRequest = [&](std::int32_t id) {
+        s.close();
+        s.accept(id);
+    };
+    s.setLocalPort(0);
+    s.listen();
+    const auto port = static_cast<quint16>(s.localPort());
+    QTcpSocket silent, plain;
+    clock.start();
+    silent.connectToHost(QHostAddress::LocalHost, port);
+    plain.connectToHost(QHostAddress::LocalHost, port);
+    plain.write("GET / HTTP/1.0\r\n\r\n");
+    ASSERT_TRUE(waitFor([&] { return dropped.size() == 2; }));
+    EXPECT_EQ(dropped[0].first, QStringLiteral("TLS failed: http request"));
+    EXPECT_LT(dropped[0].second, 500);
+    EXPECT_EQ(dropped[1].first,
+              QStringLiteral("TLS failed: the client did not end its TLS handshake within a second"));
+    EXPECT_GE(dropped[1].second, 900);
+    EXPECT_EQ(s.state(), socket_state::kListening);
+
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(port);
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::connect(fd, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+    const auto dial = tls::Context::make({{}, {}, {}, false, {}}, tls::Role::Dialling, &why);
+    tls::Session client(*dial, fd);
+    ASSERT_TRUE(waitFor([&] {
+        return client.handshake() == tls::Session::Want::Nothing && s.state() == socket_state::kConnected;
+    }));
+    EXPECT_EQ(s.tlsDescription(), QStringLiteral("TLSv1.3 TLS_AES_256_GCM_SHA384"));
+    tls::Session::Want want = tls::Session::Want::Nothing;
+    EXPECT_EQ(client.write("hello", 5, &want), 5);
+    ASSERT_TRUE(waitFor([&] { return got == "hello"; }));
+    const Bytes big(3'000'000, 0x5A);
+    s.sendData(big);
+    s.close();
+    QByteArray read;
+    ASSERT_TRUE(waitFor([&] {
+        char chunk[65536];
+        for (qsizetype n; (n = client.read(chunk, sizeof chunk, &want)) > 0;) {
+            read.append(chunk, n);
+        }
+        return want == tls::Session::Want::Closed || want == tls::Session::Want::Failed;
+    }));
+    EXPECT_EQ(want, tls::Session::Want::Closed) << "close_notify after the last byte";
+    EXPECT_EQ(read, QByteArray(3'000'000, 0x5A));
+    ::close(fd);
 }
 
 } // namespace
