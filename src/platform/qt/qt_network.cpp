@@ -360,8 +360,7 @@ void QtSocket::stepHandshake(int fd) {
     Handshake& h = it->second;
     switch (h.session->handshake()) {
     case tls::Session::Want::Nothing:
-        heldSessions_[fd] = std::move(h.session);
-        handshakes_.erase(it);
+        heldSessions_[fd] = endHandshake(it);
         raiseRequest(fd);
         return;
     case tls::Session::Want::Read:
@@ -379,18 +378,23 @@ void QtSocket::stepHandshake(int fd) {
     }
 }
 
-void QtSocket::dropClient(int fd, const QString& why) {
-    // Taken apart later: this may run inside one of the handshake's own notifiers.
-    const auto it = handshakes_.find(fd);
-    if (it == handshakes_.end()) {
-        return;
-    }
+std::unique_ptr<tls::Session> QtSocket::endHandshake(std::map<int, Handshake>::iterator it) {
     auto gone = std::make_shared<Handshake>(std::move(it->second));
     handshakes_.erase(it);
     gone->read->setEnabled(false);
     gone->write->setEnabled(false);
     gone->limit->stop();
-    gate_.post([gone, fd] { ::close(fd); });
+    gate_.post([gone] {});
+    return std::move(gone->session);
+}
+
+void QtSocket::dropClient(int fd, const QString& why) {
+    const auto it = handshakes_.find(fd);
+    if (it == handshakes_.end()) {
+        return;
+    }
+    endHandshake(it);
+    gate_.post([fd] { ::close(fd); }); // after the notifiers on it have gone
     post([this, why] {
         if (events.clientDropped) {
             events.clientDropped(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(why), name());

@@ -80,6 +80,9 @@ private:
     void startHandshake(int fd);
     void stepHandshake(int fd);
     void dropClient(int fd, const QString& why);
+    // Ends a client's handshake and returns its session; its notifiers and timer go at a later event,
+    // since this may run inside one of them.
+    std::unique_ptr<tls::Session> endHandshake(std::map<int, Handshake>::iterator it);
     void raiseRequest(int fd);
     std::map<int, Handshake> handshakes_;
     std::map<int, std::unique_ptr<tls::Session>> heldSessions_; // of held requests
