@@ -1,33 +1,16 @@
 // The built program run as a test pipeline runs it: headless, from a profile, over 127.0.0.1 only, started
 // in a home of its own, as a copy in a folder of its own for its error reports.
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QProcess>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTemporaryDir>
+#include "support/headless.h"
 
-#include <gtest/gtest.h>
+#include <QTcpSocket>
 
 #include <csignal>
 #include <utility>
 
 namespace {
 
-QString gProgram; // the copy every test runs
-
-int freePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
-
-QStringList destination(int port) {
-    return {"txt_Destination_IP(0)=127", "txt_Destination_IP(1)=0", "txt_Destination_IP(2)=0",
-            "txt_Destination_IP(3)=1", QStringLiteral("txt_Destination_Port=%1").arg(port)};
-}
+using namespace sim::test;
 
 QString readme() {
     QFile file(QStringLiteral(SIM_README));
@@ -44,67 +27,8 @@ QString readmeCommand(const char* name) {
     return text.sliced(from + marker.size()).section(QLatin1String("\n```"), 0, 0);
 }
 
-class Program : public ::testing::Test {
+class Program : public Headless {
 protected:
-    QTemporaryDir root;
-    QProcess process; // a program still running at the end is killed, before its folder goes
-    QByteArray out;
-    QByteArray err;
-
-    void SetUp() override {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        // No display at all, and a home of its own, under which the settings, data and cache folders lie.
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_CONFIG_HOME",
-                                 "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
-            env.remove(QLatin1String(name));
-        }
-        const QString home = root.filePath(QStringLiteral("home"));
-        QDir().mkdir(home);
-        QDir().mkdir(home + "/.runtime",
-                     QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        env.insert("HOME", home);
-        env.insert("XDG_RUNTIME_DIR", home + "/.runtime");
-        process.setProcessEnvironment(env);
-        process.setWorkingDirectory(home); // as from the menu
-    }
-
-    // Starts the program headless with these options, on a profile of these lines if any, its output afresh.
-    QString start(const QStringList& profile, QStringList options) {
-        out = err = QByteArray();
-        const QString path = root.filePath(QStringLiteral("run.ini"));
-        if (!profile.isEmpty()) {
-            QFile file(path);
-            EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write((profile.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8());
-            options << QStringLiteral("--profile") << path;
-        }
-        process.start(gProgram, QStringList{QStringLiteral("--headless")} + options);
-        EXPECT_TRUE(process.waitForStarted(5000)) << process.errorString().toStdString();
-        return path;
-    }
-
-    // Reads what the program prints until `printed` (out or err) holds `text`; false if it ended or 5 s
-    // passed.
-    bool shows(const QByteArray& printed, const char* text) {
-        const QDeadlineTimer deadline(5000);
-        while (!printed.contains(text) && !deadline.hasExpired() && process.state() != QProcess::NotRunning) {
-            process.waitForReadyRead(100);
-            out += process.readAllStandardOutput();
-            err += process.readAllStandardError();
-        }
-        return printed.contains(text);
-    }
-
-    // The exit status once the program has ended by itself, or -1.
-    int finish(int limitMs = 10000) {
-        if (!process.waitForFinished(limitMs) || process.exitStatus() != QProcess::NormalExit) {
-            return -1;
-        }
-        out += process.readAllStandardOutput();
-        err += process.readAllStandardError();
-        return process.exitCode();
-    }
-
     QTcpServer device;          // the device the test plays when the program dials
     QTcpSocket client;          // the test as the client when the program listens
     QTcpSocket* peer = nullptr; // whichever of them talks to the program
@@ -413,12 +337,5 @@ TEST_F(Program, RecordsToAReaderThatGoesAwayOrStallsFailTheRunButNotItsLog) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const QCoreApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    QTemporaryDir bin;
-    gProgram = bin.filePath(QStringLiteral("traffic_simulator"));
-    if (!::testing::GTEST_FLAG(list_tests) && !QFile::copy(QStringLiteral(SIM_PROGRAM), gProgram)) {
-        return 1;
-    }
-    return RUN_ALL_TESTS();
+    return runHeadless(argc, argv, QStringLiteral(SIM_PROGRAM));
 }

@@ -3,7 +3,6 @@
 #include "mixed_platform.h"
 #include "support/certificates.h"
 
-#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -133,23 +132,16 @@ TEST_F(SocketContract, CarriesBytesBothWaysAsAListenerAndAsAClientAndFailsWithTh
     EXPECT_EQ(errors.size(), 2U);
 }
 
-// A TLS listener shakes hands with each client while it goes on listening: one that speaks plain text is
-// dropped at once and one that says nothing after a second, each with its reason; a TLS client becomes a
-// request, its bytes arrive decrypted, and bytes left unsent at a Close still reach it before close_notify.
-TEST_F(SocketContract, ATlsListenerDropsClientsThatCannotShakeHandsAndServesOneThatCan) {
+// A TLS listener serves a client once its handshake has ended well (its plain-text and silent clients are
+// dropped: the built program's tests show that), and bytes left unsent at a Close still reach the client,
+// through the session, before its close_notify.
+TEST_F(SocketContract, ATlsLinkCarriesBytesBothWaysAndWhatACloseLeftUnsentBeforeCloseNotify) {
     const Certificates c;
     ASSERT_TRUE(c.made);
     QString why;
     Socket& s = *socket;
     s.setTls(
         tls::Context::make({c.crt("device"), c.key("device"), {}, true, {}}, tls::Role::Listening, &why));
-    std::vector<std::pair<QString, qint64>> dropped;
-    QElapsedTimer clock;
-    s.events.clientDropped = [&](int number, const QString& description, const QString& source) {
-        EXPECT_EQ(number, 40100);
-        EXPECT_EQ(source, QStringLiteral("Client_Socket"));
-        dropped.emplace_back(description, clock.elapsed());
-    };
     s.events.connectionRequest = [&](std::int32_t id) {
         s.close();
         s.accept(id);
@@ -157,19 +149,6 @@ TEST_F(SocketContract, ATlsListenerDropsClientsThatCannotShakeHandsAndServesOneT
     s.setLocalPort(0);
     s.listen();
     const auto port = static_cast<quint16>(s.localPort());
-    QTcpSocket silent, plain;
-    clock.start();
-    silent.connectToHost(QHostAddress::LocalHost, port);
-    plain.connectToHost(QHostAddress::LocalHost, port);
-    plain.write("GET / HTTP/1.0\r\n\r\n");
-    ASSERT_TRUE(waitFor([&] { return dropped.size() == 2; }));
-    EXPECT_EQ(dropped[0].first, QStringLiteral("TLS failed: http request"));
-    EXPECT_LT(dropped[0].second, 500);
-    EXPECT_EQ(dropped[1].first,
-              QStringLiteral("TLS failed: the client did not end its TLS handshake within a second"));
-    EXPECT_GE(dropped[1].second, 900);
-    EXPECT_EQ(s.state(), socket_state::kListening);
-
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
     sockaddr_in to{};
     to.sin_family = AF_INET;

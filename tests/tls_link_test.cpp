@@ -57,8 +57,9 @@ TEST(TlsDialOut, TheConnectWaitEndsOnTheHandshakeAndAFailedOneIsAConnectionFailW
 }
 
 TEST(TlsDialOut, ARepeatRunThatDialsAgainAndConnectAndCloseLogAsPlainLinksWithEachNewLinksTlsLine) {
-    // Each story runs plain and with TLS (a handshake of no time): the same rows and the same bytes at the
-    // device, and a TLS line after each Connection Success.
+    // Each story runs plain and with TLS (a handshake of no time), on a list already at its 2001 rows: the
+    // same rows and the same bytes at the device, and a TLS line after each Connection Success, for which
+    // the list drops one more of its oldest rows.
     struct Story {
         const char* name;
         QStringList profile;
@@ -75,6 +76,15 @@ TEST(TlsDialOut, ARepeatRunThatDialsAgainAndConnectAndCloseLogAsPlainLinksWithEa
              f.at(1100, [first] { first->close(); });
              f.runUntil(6000);
          }},
+        {"Connect and Close three times",
+         {},
+         [](DeviceAsServer& f) {
+             for (int i = 0; i < 3; ++i) {
+                 f.op.click(f.p.Cmd_Start);
+                 f.op.click(f.p.cmd_End);
+                 f.runUntil(f.sim.scheduler.now() + 100);
+             }
+         }},
         {"Connect && Close pressed twice",
          {"Opt_Cnn2=true", "opt_Receive_Only=true", "txt_Data_Input=hi"},
          [](DeviceAsServer& f) {
@@ -89,13 +99,16 @@ TEST(TlsDialOut, ARepeatRunThatDialsAgainAndConnectAndCloseLogAsPlainLinksWithEa
     };
     for (const Story& story : stories) {
         SCOPED_TRACE(story.name);
-        DeviceAsServer plain;
+        DeviceAsServer plain, tls;
         applyProfile(plain, story.profile);
-        story.play(plain);
-        DeviceAsServer tls;
         applyProfile(tls, story.profile + QStringList{"tls=true", "tls.verify=false"});
         tls.sim.network.tls.handshakeMs = 0;
-        story.play(tls);
+        for (DeviceAsServer* f : {&plain, &tls}) {
+            for (int i = 0; i < 2001; ++i) {
+                f->p.List1.addItem(QString::number(i));
+            }
+            story.play(*f);
+        }
         QStringList expected;
         for (const QString& row : plain.rows()) {
             expected << row;
@@ -103,7 +116,7 @@ TEST(TlsDialOut, ARepeatRunThatDialsAgainAndConnectAndCloseLogAsPlainLinksWithEa
                 expected << row.left(14) + kTls;
             }
         }
-        EXPECT_EQ(tls.rows(), expected);
+        EXPECT_EQ(tls.rows(), expected.mid(expected.size() - plain.rows().size()));
         EXPECT_EQ(tls.sim.network.tls.handshakes, plain.rows().filter("Connection Success").size());
         EXPECT_GE(tls.sim.network.tls.handshakes, 2);
         EXPECT_EQ(tls.device()->received(), plain.device()->received());

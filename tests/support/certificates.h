@@ -8,18 +8,23 @@
 namespace sim::test {
 
 // Certificates made with openssl for a test, in a folder of their own: an authority `ca`, `device`
-// (CN=device, for 127.0.0.1 and device.test) and `client` signed by it, and `self`, signed by itself.
-// Each NAME has NAME.crt and NAME.key (readable by its owner only). No private key is ever committed.
+// (CN=device, for 127.0.0.1 and device.test), `client` and `expired` (as `device`, but valid only on the
+// first day of 2020) signed by it, and `self`, signed by itself. Each NAME has NAME.crt and NAME.key
+// (readable by its owner only). No private key is ever committed.
 struct Certificates {
     QTemporaryDir dir;
     bool made = true;
 
     Certificates() {
         const QString ext = path("san.ext");
-        QFile san(ext);
-        made =
-            san.open(QIODevice::WriteOnly) && san.write("subjectAltName=IP:127.0.0.1,DNS:device.test\n") > 0;
-        san.close();
+        write(ext, "subjectAltName=IP:127.0.0.1,DNS:device.test\n");
+        // The authority's ledger, for the one certificate whose dates are chosen.
+        write(
+            path("ca.cnf"),
+            "[ca]\ndefault_ca=d\n[d]\ndatabase=index.txt\nserial=serial\nnew_certs_dir=.\ndefault_md=sha256\n"
+            "policy=p\n[p]\ncommonName=supplied\n");
+        write(path("index.txt"), "");
+        write(path("serial"), "01\n");
         const QStringList key{"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes"};
         run(QStringList{"req", "-x509"} + key +
             QStringList{"-keyout", "ca.key", "-out", "ca.crt", "-subj", "/CN=Test CA", "-days", "30"});
@@ -33,7 +38,12 @@ struct Certificates {
             run({"x509", "-req", "-in", n + ".csr", "-CA", "ca.crt", "-CAkey", "ca.key", "-CAcreateserial",
                  "-days", "30", "-extfile", ext, "-out", n + ".crt"});
         }
-        for (const char* name : {"ca", "self", "device", "client"}) {
+        run(QStringList{"req", "-new"} + key +
+            QStringList{"-keyout", "expired.key", "-out", "expired.csr", "-subj", "/CN=expired"});
+        run(QStringList{"ca", "-batch", "-config", "ca.cnf", "-cert", "ca.crt", "-keyfile", "ca.key"} +
+            QStringList{"-in", "expired.csr", "-out", "expired.crt", "-extfile", ext, "-notext"} +
+            QStringList{"-startdate", "20200101000000Z", "-enddate", "20200102000000Z"});
+        for (const char* name : {"ca", "self", "device", "client", "expired"}) {
             QFile(path(QStringLiteral("%1.key").arg(QLatin1String(name))))
                 .setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
         }
@@ -42,7 +52,20 @@ struct Certificates {
     QString crt(const char* name) const { return path(QStringLiteral("%1.crt").arg(QLatin1String(name))); }
     QString key(const char* name) const { return path(QStringLiteral("%1.key").arg(QLatin1String(name))); }
 
+    // The day `name` expires, yyyy-MM-dd in UTC (openssl prints "notAfter=2026-12-26 10:04:16Z").
+    QString until(const char* name) const {
+        QProcess p;
+        p.start(QStringLiteral("openssl"),
+                {"x509", "-noout", "-enddate", "-dateopt", "iso_8601", "-in", crt(name)});
+        p.waitForFinished(5000);
+        return QString::fromLatin1(p.readAllStandardOutput()).section(u'=', 1).left(10);
+    }
+
 private:
+    void write(const QString& file, const char* text) {
+        QFile f(file);
+        made = made && f.open(QIODevice::WriteOnly) && f.write(text) == qint64(qstrlen(text));
+    }
     void run(const QStringList& arguments) {
         QProcess p;
         p.setWorkingDirectory(dir.path());

@@ -388,14 +388,14 @@ std::unique_ptr<tls::Session> QtSocket::endHandshake(std::map<int, Handshake>::i
     return std::move(gone->session);
 }
 
-void QtSocket::dropClient(int fd, const QString& why) {
+void QtSocket::dropClient(int fd, QString why) {
     const auto it = handshakes_.find(fd);
     if (it == handshakes_.end()) {
         return;
     }
     endHandshake(it);
     gate_.post([fd] { ::close(fd); }); // after the notifiers on it have gone
-    post([this, why] {
+    post([this, why = std::move(why)] {
         if (events.clientDropped) {
             events.clientDropped(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(why), name());
         }

@@ -79,7 +79,8 @@ private:
     };
     void startHandshake(int fd);
     void stepHandshake(int fd);
-    void dropClient(int fd, const QString& why);
+    // `why` is taken by value: it may be the failure text of the session this ends.
+    void dropClient(int fd, QString why);
     // Ends a client's handshake and returns its session; its notifiers and timer go at a later event,
     // since this may run inside one of them.
     std::unique_ptr<tls::Session> endHandshake(std::map<int, Handshake>::iterator it);
