@@ -163,6 +163,7 @@ TEST_F(SocketContract, ATlsLinkCarriesBytesBothWaysAndWhatACloseLeftUnsentBefore
     EXPECT_EQ(s.tlsDescription(), QStringLiteral("TLSv1.3 TLS_AES_256_GCM_SHA384"));
     tls::Session::Want want = tls::Session::Want::Nothing;
     EXPECT_EQ(client.write("hello", 5, &want), 5);
+    EXPECT_EQ(client.flush(), tls::Session::Want::Nothing);
     ASSERT_TRUE(waitFor([&] { return got == "hello"; }));
     const Bytes big(3'000'000, 0x5A);
     s.sendData(big);

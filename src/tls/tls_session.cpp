@@ -33,6 +33,9 @@ std::unique_ptr<Context> Context::make(const Settings& s, Role role, QString* wh
     SSL_CTX_set_options(ctx, SSL_OP_IGNORE_UNEXPECTED_EOF);
     // A write returns as each record goes out, and the rest is retried from wherever the caller keeps it.
     SSL_CTX_set_mode(ctx, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
+    // Records are read from the descriptor as much as it holds at once, not header and body apart.
+    SSL_CTX_set_read_ahead(ctx, 1);
+    SSL_CTX_set_default_read_buffer_len(ctx, 64 * 1024);
     const auto native = [](const QString& path) { return QFile::encodeName(path); };
     if (!s.certificate.isEmpty() &&
         (SSL_CTX_use_certificate_chain_file(ctx, native(s.certificate).constData()) != 1 ||
@@ -63,7 +66,14 @@ Context::~Context() {
 }
 
 Session::Session(const Context& context, int fd, const QString& address) : ssl_(SSL_new(context.get())) {
-    SSL_set_fd(ssl_, fd);
+    // Records go out through a buffer that flush() empties, so a burst of them is one write of the
+    // descriptor instead of one each.
+    BIO* socket = BIO_new_socket(fd, BIO_NOCLOSE);
+    BIO* buffer = BIO_new(BIO_f_buffer());
+    BIO_set_write_buffer_size(buffer, kWriteBuffer);
+    BIO_up_ref(socket); // read from directly, and written to behind the buffer
+    BIO_push(buffer, socket);
+    SSL_set_bio(ssl_, socket, buffer);
     if (context.role() == Role::Listening) {
         SSL_set_accept_state(ssl_);
         return;
@@ -128,13 +138,30 @@ qsizetype Session::write(const char* data, qsizetype size, Want* want) {
     return std::max(n, 0);
 }
 
+Session::Want Session::flush() {
+    BIO* out = SSL_get_wbio(ssl_);
+    if (BIO_wpending(out) == 0 || BIO_flush(out) > 0) {
+        return Want::Nothing;
+    }
+    if (BIO_should_retry(out)) {
+        return Want::Write;
+    }
+    failure_ = qt_error_string(errno);
+    return Want::Failed;
+}
+
+bool Session::unflushed() const {
+    return BIO_wpending(SSL_get_wbio(ssl_)) > 0;
+}
+
 bool Session::pending() const {
-    return SSL_pending(ssl_) > 0;
+    return SSL_has_pending(ssl_) != 0; // with read-ahead, records read but not yet decrypted too
 }
 
 void Session::shutdown() {
     if (SSL_is_init_finished(ssl_)) {
         SSL_shutdown(ssl_);
+        flush();
     }
     ERR_clear_error();
 }

@@ -52,8 +52,13 @@ public:
     // Plaintext read into `data` (up to `size`) or written from it: the count, or 0 and what it waits for.
     qsizetype read(char* data, qsizetype size, Want* want);
     qsizetype write(const char* data, qsizetype size, Want* want);
+    // What write() took waits in a buffer of kWriteBuffer bytes until this sends it: Nothing once all of
+    // it has gone, Write while the descriptor takes no more.
+    Want flush();
+    bool unflushed() const;
     // Whether plaintext already decrypted waits to be read: the descriptor will not say so.
     bool pending() const;
+    static constexpr int kWriteBuffer = 64 * 1024;
     // Says the link is closing (close_notify), as far as the descriptor takes it now.
     void shutdown();
 

@@ -84,6 +84,9 @@ private:
         if (session_) {
             tls::Session::Want want = tls::Session::Want::Nothing;
             rest_.remove(0, session_->write(rest_.constData(), rest_.size(), &want));
+            if (want == tls::Session::Want::Nothing) {
+                want = session_->flush();
+            }
             failed = want == tls::Session::Want::Failed || want == tls::Session::Want::Closed;
             // The session may need the peer's records before it can write on (a key update).
             writable_.setEnabled(want != tls::Session::Want::Read);
@@ -93,7 +96,7 @@ private:
             rest_.remove(0, std::max<ssize_t>(n, 0));
             failed = n < 0 && errno != EAGAIN && errno != EWOULDBLOCK;
         }
-        if (rest_.isEmpty() || failed) {
+        if ((rest_.isEmpty() && !(session_ && session_->unflushed())) || failed) {
             finish();
         }
     }
@@ -444,6 +447,11 @@ void QtSocket::flushOutbox() {
         }
         outbox_.remove(0, n);
     }
+    if (session_ && session_->flush() == tls::Session::Want::Failed) {
+        outbox_.clear();
+        failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+        return;
+    }
     while (!outbox_.isEmpty() && !session_) {
         const ssize_t n = ::send(fd_, outbox_.constData(), static_cast<size_t>(outbox_.size()), MSG_NOSIGNAL);
         if (n < 0) {
@@ -457,7 +465,7 @@ void QtSocket::flushOutbox() {
         outbox_.remove(0, n);
     }
     if (writeNotifier_) {
-        writeNotifier_->setEnabled(!outbox_.isEmpty());
+        writeNotifier_->setEnabled(!outbox_.isEmpty() || (session_ && session_->unflushed()));
     }
     if (outbox_.size() < before) {
         outboxDrained();
@@ -531,7 +539,8 @@ void QtSocket::close() {
     }
     handshakes_.clear();
     const bool linked = state() == socket_state::kConnected || state() == socket_state::kClosing;
-    if (fd_ >= 0 && !outbox_.isEmpty() && linked) {
+    const bool unsent = !outbox_.isEmpty() || (session_ && session_->unflushed());
+    if (fd_ >= 0 && unsent && linked) {
         new Linger(fd_, outbox_, std::move(session_));
     } else if (fd_ >= 0) {
         if (session_) {
