@@ -1,10 +1,11 @@
 // Profiles: panel settings from a file, applied as the program writes the controls.
 
 #include "app/profile.h"
+#include "support/certificates.h"
+#include "support/files.h"
 #include "support/panel_state.h"
 #include "support/sim_form.h"
 
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -199,34 +200,22 @@ TEST(Profile, AFileIsReadAsUtf8WithCommentsSectionsAndEitherLineEnd) {
 }
 
 // TLS is checked with its files before anything listens or dials; each file is found from the profile's
-// folder. The certificates are made here, with openssl.
+// folder.
 TEST(Profile, TlsAndItsFilesAreCheckedBeforeTheRunBegins) {
-    const QTemporaryDir dir;
-    const auto openssl = [&](const QStringList& arguments) {
-        QProcess p;
-        p.setWorkingDirectory(dir.path());
-        p.start(QStringLiteral("openssl"), arguments);
-        ASSERT_TRUE(p.waitForFinished(10000) && p.exitCode() == 0) << p.readAllStandardError().toStdString();
-    };
-    for (const char* name : {"a", "b"}) {
-        openssl({"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-                 "-keyout", QStringLiteral("%1.key").arg(name), "-out", QStringLiteral("%1.crt").arg(name),
-                 "-subj", "/CN=device", "-days", "1"});
-    }
-    const auto file = [&](const char* name, const QByteArray& bytes, QFileDevice::Permissions mode) {
+    const Certificates c; // a.crt and a.key are device's, b.crt and b.key client's
+    ASSERT_TRUE(c.made);
+    const QDir dir(c.dir.path());
+    const auto file = [&](const QString& name, const QByteArray& bytes, QFileDevice::Permissions mode) {
         QFile f(dir.filePath(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-        f.setPermissions(mode);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size() && f.setPermissions(mode));
     };
     const auto owner = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-    QFile key(dir.filePath("a.key"));
-    ASSERT_TRUE(key.open(QIODevice::ReadOnly));
-    file("open.key", key.readAll(), owner | QFileDevice::ReadGroup | QFileDevice::ReadOther);
-    file("junk.pem", "hello\n", owner);
-    for (const char* k : {"a.key", "b.key"}) {
-        QFile(dir.filePath(k)).setPermissions(owner);
+    for (const auto& [name, from] : {std::pair{"a", "device"}, std::pair{"b", "client"}}) {
+        file(QString(name) + ".crt", fileBytes(c.crt(from)), owner);
+        file(QString(name) + ".key", fileBytes(c.key(from)), owner);
     }
+    file("open.key", fileBytes(c.key("device")), owner | QFileDevice::ReadGroup | QFileDevice::ReadOther);
+    file("junk.pem", "hello\n", owner);
     const QString at = dir.path() + '/';
     const std::pair<QStringList, QString> cases[] = {
         {{"tls=maybe"}, "1: tls: 'maybe' is neither true nor false"},

@@ -10,10 +10,12 @@ namespace {
 
 const QString kTls = " : TLS TLSv1.3 TLS_AES_256_GCM_SHA384 CN=device until 2027-01-31";
 
-QByteArray report(const char* title, const char* time, const char* why, const char* source) {
-    return QStringLiteral("Err Title : %1\r\nErr Time : 2026/11/22 %2\r\nErr Number : 40100\r\n"
-                          "Err Desc : TLS failed: %3\r\nErr Source : %4\r\n\r\n")
-        .arg(QLatin1String(title), QLatin1String(time), QLatin1String(why), QLatin1String(source))
+// The error report of a failed handshake on the Client or Server socket.
+QByteArray report(const char* side, const char* why) {
+    return QStringLiteral(
+               "Err Title : %1 Socket Error\r\nErr Time : 2026/11/22 10:00:00\r\nErr Number : 40100\r\n"
+               "Err Desc : TLS failed: %2\r\nErr Source : %1_Socket\r\n\r\n")
+        .arg(QLatin1String(side), QLatin1String(why))
         .toLatin1();
 }
 
@@ -33,7 +35,7 @@ TEST(TlsDialOut, TheConnectWaitEndsOnTheHandshakeAndAFailedOneIsAConnectionFailW
          1000,
          {"10:00:00Client Socket Error : Referance Err_Log File ....... ", "[10:00:00.000] : Connection Fail",
           "[10:00:02.000] : Connection Fail"},
-         report("Client Socket Error", "10:00:00", "certificate has expired", "Client_Socket")},
+         report("Client", "certificate has expired")},
         // The wait's one second covers the TCP connect and the handshake together.
         {950, "", 1000, {"[10:00:00.000] : Connection Fail", "[10:00:02.000] : Connection Fail"}},
     };
@@ -145,7 +147,7 @@ TEST(TlsListen, AClientWhoseHandshakeFailsIsDroppedWithAReportAndTheNextOneIsSer
                            "[10:00:00.205] : TLS TLSv1.3 TLS_AES_128_GCM_SHA256",
                            "[10:00:00.301] : Recv [2 byte] :  AB", " "}));
     EXPECT_EQ(fileBytes(f.sim.folders.programFolder() + "/Err_Log/20261122.txt"),
-              report("Server Socket Error", "10:00:00", "no shared cipher", "Server_Socket"));
+              report("Server", "no shared cipher"));
 }
 
 } // namespace

@@ -18,7 +18,7 @@ struct Certificates {
     Certificates() {
         const QString ext = path("san.ext");
         write(ext, "subjectAltName=IP:127.0.0.1,DNS:device.test\n");
-        // The authority's ledger, for the one certificate whose dates are chosen.
+        // The authority's ledger.
         write(
             path("ca.cnf"),
             "[ca]\ndefault_ca=d\n[d]\ndatabase=index.txt\nserial=serial\nnew_certs_dir=.\ndefault_md=sha256\n"
@@ -31,18 +31,15 @@ struct Certificates {
         run(QStringList{"req", "-x509"} + key +
             QStringList{"-keyout", "self.key", "-out", "self.crt", "-subj", "/CN=self", "-days", "30",
                         "-addext", "subjectAltName=IP:127.0.0.1"});
-        for (const char* name : {"device", "client"}) {
+        for (const char* name : {"device", "client", "expired"}) {
             const QString n = QString::fromLatin1(name);
             run(QStringList{"req", "-new"} + key +
                 QStringList{"-keyout", n + ".key", "-out", n + ".csr", "-subj", "/CN=" + n});
-            run({"x509", "-req", "-in", n + ".csr", "-CA", "ca.crt", "-CAkey", "ca.key", "-CAcreateserial",
-                 "-days", "30", "-extfile", ext, "-out", n + ".crt"});
+            run(QStringList{"ca", "-batch", "-notext", "-config", "ca.cnf", "-cert", "ca.crt", "-keyfile",
+                            "ca.key", "-in", n + ".csr", "-out", n + ".crt", "-extfile", ext} +
+                (n == "expired" ? QStringList{"-startdate", "20200101000000Z", "-enddate", "20200102000000Z"}
+                                : QStringList{"-days", "30"}));
         }
-        run(QStringList{"req", "-new"} + key +
-            QStringList{"-keyout", "expired.key", "-out", "expired.csr", "-subj", "/CN=expired"});
-        run(QStringList{"ca", "-batch", "-config", "ca.cnf", "-cert", "ca.crt", "-keyfile", "ca.key"} +
-            QStringList{"-in", "expired.csr", "-out", "expired.crt", "-extfile", ext, "-notext"} +
-            QStringList{"-startdate", "20200101000000Z", "-enddate", "20200102000000Z"});
         for (const char* name : {"ca", "self", "device", "client", "expired"}) {
             QFile(path(QStringLiteral("%1.key").arg(QLatin1String(name))))
                 .setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
