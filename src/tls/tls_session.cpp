@@ -35,7 +35,7 @@ std::unique_ptr<Context> Context::make(const Settings& s, Role role, QString* wh
     SSL_CTX_set_mode(ctx, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
     // Records are read from the descriptor as much as it holds at once, not header and body apart.
     SSL_CTX_set_read_ahead(ctx, 1);
-    SSL_CTX_set_default_read_buffer_len(ctx, 64 * 1024);
+    SSL_CTX_set_default_read_buffer_len(ctx, std::size_t{64} * 1024);
     const auto native = [](const QString& path) { return QFile::encodeName(path); };
     if (!s.certificate.isEmpty() &&
         (SSL_CTX_use_certificate_chain_file(ctx, native(s.certificate).constData()) != 1 ||
