@@ -12,7 +12,8 @@ set(CPACK_PACKAGE_DESCRIPTION
 device under test and stands in for that device's peer on a TCP link: it dials
 out when the device is the server and listens when the device is the client.
 It sends payloads typed as ASCII or hexadecimal text, once, repeated or as a
-program of up to four steps, answers what arrives and logs every exchange.")
+program of up to four steps, answers what arrives and logs every exchange, over
+plain TCP or TLS.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 # name_version_arch.deb, as Debian names its packages

@@ -51,11 +51,13 @@ if [ -n "$deb" ]; then
     packed=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sed 's|^\./usr/||' | LC_ALL=C sort)
     [ "$packed" = "$expected" ] || fail "the package's files differ from the install rules:
 $(diff <(echo "$expected") <(echo "$packed") || true)"
+    # TLS runs on the system's OpenSSL: the package must pull in its runtime library.
+    dpkg-deb -f "$deb" Depends | grep -q 'libssl3' || fail "the package does not depend on libssl3"
     status=0
     out=$(lintian --fail-on error,warning "$deb" 2>&1) || status=$?
     echo "$out" | grep -v 'running with root privileges' || true
     [ "$status" -eq 0 ] || fail "lintian"
-    echo "package: the same files under /usr, lintian clean of errors and warnings"
+    echo "package: the same files under /usr, depends on libssl3, lintian clean of errors and warnings"
 fi
 
 desktop-file-validate "$prefix/share/applications/$id.desktop" | grep -Ev ': hint: ' && fail "desktop entry"

@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     cmake ninja-build g++ pkg-config
-    qt6-base-dev qt6-base-private-dev libgl-dev
+    qt6-base-dev qt6-base-private-dev libgl-dev libssl-dev openssl
     libgtest-dev
     xvfb xauth imagemagick fonts-liberation
     socat clang-format clang-tidy jq python3-junitparser

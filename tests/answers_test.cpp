@@ -10,19 +10,6 @@
 namespace sim::test {
 namespace {
 
-// Applies a profile of these lines as the program does; a printed profile loads back and prints the same.
-void applyProfile(SimForm& f, const QStringList& lines) {
-    QString error;
-    const auto profile = Profile::parse(lines.join(u'\n'), QStringLiteral("run.ini"), &error);
-    ASSERT_TRUE(profile) << error.toStdString();
-    ASSERT_EQ(profile->applyTo(f.form), std::nullopt);
-    const QString printed = Profile::print(f.p, &*profile);
-    SimForm again;
-    const auto reloaded = Profile::parse(printed, QStringLiteral("printed.ini"), &error);
-    ASSERT_TRUE(reloaded && !reloaded->applyTo(again.form));
-    EXPECT_EQ(Profile::print(again.p, &*reloaded), printed);
-}
-
 // The heads of the records and the status lines of a log file, one a line: payloads may hold line ends.
 QStringList heads(const QByteArray& file) {
     static const QRegularExpression head(

@@ -34,13 +34,13 @@ struct Unattended {
     std::unique_ptr<AutomatedRun> run;
 
     // The destination is the device on 127.0.0.1:4000; the profile's lines are separated by blanks.
-    Unattended(const char* profile, AutomatedRun::Plan plan, RunOutputs::Files files = {}) {
+    Unattended(const QString& profile, AutomatedRun::Plan plan, RunOutputs::Files files = {}) {
         form.load();
         pointAtLoopback(p, 4000);
         sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000);
         QString error;
-        const auto parsed = Profile::parse(QString::fromLatin1(profile).replace(u' ', u'\n'),
-                                           QStringLiteral("run.ini"), &error);
+        const auto parsed =
+            Profile::parse(QString(profile).replace(u' ', u'\n'), QStringLiteral("run.ini"), &error);
         EXPECT_TRUE(parsed) << error.toStdString();
         EXPECT_EQ(parsed->applyTo(form), std::nullopt);
         const auto note = [this](const QString& line) { notes << line; };
@@ -70,17 +70,37 @@ struct Unattended {
     }
 };
 
+// The report as its reader sees it: "testsuite TESTS FAILURES", then each case as "NAME TIME", " failed"
+// behind those that failed.
+QStringList reportOf(const QByteArray& xml) {
+    QXmlStreamReader reader(xml);
+    QStringList out;
+    while (!reader.atEnd()) {
+        const auto attr = [&](const char* key) { return reader.attributes().value(key).toString(); };
+        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == u"testsuite") {
+            out << "testsuite " + attr("tests") + ' ' + attr("failures");
+        } else if (reader.isStartElement() && reader.name() == u"testcase") {
+            out << attr("name") + ' ' + attr("time");
+        } else if (reader.isStartElement() && reader.name() == u"failure") {
+            out.back() += " failed";
+        }
+    }
+    EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString();
+    return out;
+}
+
 // Each kind of run is started by its own button and ended as the operator would end it; it fails by what
 // its log tells as it writes it, or by a message box. The device listens on 127.0.0.1:4000, or dials the
 // listening simulator at 0.5 s, sends AB and closes at 1 s.
 TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsAtEveryLevel) {
+    const QString typed = "opt_Client=true txt_Port=5000 opt_Send_input=true ";
     const struct {
         int durationMs;
         int status;
         const char* received; // by the device
         int rows;
         const char* lastRow;
-        const char* profile;
+        QString profile;
         bool endAtOnce = false;
     } cases[] = {
         // The lost link the listening side reports a second after its Close is no failure of the run.
@@ -97,19 +117,15 @@ TEST(AutomatedRun, EachRunEndsAsTheOperatorWouldAndFailsByWhatItsLogOrABoxTellsA
         // Ended before the start, it presses nothing, even without a duration.
         {0, 0, "", 0, "", "", true},
         // The typed answer is empty: it fails, and fails the run at every level that records it.
-        {2000, 0, "", 5, "[10:00:02.000] : Server Closed",
-         "opt_Client=true txt_Port=5000 opt_Send_input=true opt_None=true"},
-        {2000, 1, "", 8, "[10:00:02.000] : Server Closed",
-         "opt_Client=true txt_Port=5000 opt_Send_input=true opt_List=true"},
-        {2000, 1, "", 5, "[10:00:02.000] : Server Closed",
-         "opt_Client=true txt_Port=5000 opt_Send_input=true opt_File=true"},
-        {2000, 1, "", 8, "[10:00:02.000] : Server Closed",
-         "opt_Client=true txt_Port=5000 opt_Send_input=true Opt_List_File=true"},
+        {2000, 0, "", 5, "[10:00:02.000] : Server Closed", typed + "opt_None=true"},
+        {2000, 1, "", 8, "[10:00:02.000] : Server Closed", typed + "opt_List=true"},
+        {2000, 1, "", 5, "[10:00:02.000] : Server Closed", typed + "opt_File=true"},
+        {2000, 1, "", 8, "[10:00:02.000] : Server Closed", typed + "Opt_List_File=true"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.profile);
+        SCOPED_TRACE(c.profile.toStdString());
         Unattended f(c.profile, {true, c.durationMs > 0 ? std::optional(c.durationMs) : std::nullopt});
-        if (*c.profile == 0) {
+        if (c.profile.isEmpty()) {
             f.sim.network.deviceListens(QStringLiteral("127.0.0.1"), 4000, Answer::Ignore);
         }
         f.sim.scheduler.at(500, [&] {
@@ -211,20 +227,10 @@ TEST(JudgedRun, PipelinedSendsAreJudgedInOrderAndTheRecordsAndReportHearEveryVer
                                   "00.095 recv +PONG 35000 pass", "00.096 recv -ERR -1 ",
                                   "00.096 status Expect Fail -1 failwhat came cannot match",
                                   "00.105 recv +PONG 25000 pass", "01.000 status Client Disconnected -1 "}));
-    QStringList cases;
-    QXmlStreamReader xml(fileBytes(report));
-    while (!xml.atEnd()) {
-        if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == u"testcase") {
-            cases << xml.attributes().value("name").toString() + ' ' +
-                         xml.attributes().value("time").toString();
-        } else if (xml.tokenType() == QXmlStreamReader::StartElement && xml.name() == u"failure") {
-            cases.back() += " failed";
-        }
-    }
-    EXPECT_FALSE(xml.hasError()) << xml.errorString().toStdString();
-    EXPECT_EQ(cases, (QStringList{"send 1 0.025000", "send 2 0.027000", "send 3 0.035000", "send 4 0.025000",
-                                  "send 5 0.000000 failed", "send 6 0.035000", "send 7 0.000000 failed",
-                                  "send 8 0.025000"}));
+    EXPECT_EQ(reportOf(fileBytes(report)),
+              (QStringList{"testsuite 8 2", "send 1 0.025000", "send 2 0.027000", "send 3 0.035000",
+                           "send 4 0.025000", "send 5 0.000000 failed", "send 6 0.035000",
+                           "send 7 0.000000 failed", "send 8 0.025000"}));
 }
 
 // A device that never answers fails the run even though every send is within its time when the duration
@@ -259,10 +265,9 @@ TEST(JudgedRun, OutputsChangeNothingTheRunLogsAndAFailingOneFailsTheRunOnly) {
         if (outputs) {
             files = {QStringLiteral("/dev/full"), folder.filePath("report.xml"), QStringLiteral("run")};
         }
-        Unattended f(("opt_Send_Only=true com_Timegap=0.1 com_Count=3 txt_Data_Input=hi Opt_List_File=true "
-                      "txt_Logfile=" +
-                      log)
-                         .toLatin1(),
+        Unattended f("opt_Send_Only=true com_Timegap=0.1 com_Count=3 txt_Data_Input=hi Opt_List_File=true "
+                     "txt_Logfile=" +
+                         log,
                      {true, 1000}, files);
         f.sim.network.latency = 0;
         f.sim.scheduler.at(150, [&] { f.sim.network.lastLink()->send("yo"); });
@@ -314,25 +319,14 @@ TEST(JudgedRun, TheReportListsAThousandSendsAThousandFailuresAndCountsTheRest) {
     }
     const QByteArray xml = report.xml({1, {}, QStringLiteral("summary: 5000 sends"), 6.5});
     EXPECT_LT(xml.size(), 2'000'000);
-    QXmlStreamReader reader(xml);
-    QStringList cases;
-    int failures = 0;
-    while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == u"testcase") {
-            cases << reader.attributes().value("name").toString();
-        } else if (reader.tokenType() == QXmlStreamReader::StartElement && reader.name() == u"failure") {
-            ++failures;
-        } else if (reader.tokenType() == QXmlStreamReader::StartElement && reader.name() == u"testsuite") {
-            EXPECT_EQ(reader.attributes().value("tests"), u"2001");
-            EXPECT_EQ(reader.attributes().value("failures"), u"1002");
-        }
-    }
-    EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString();
-    EXPECT_EQ(cases.size(), 2001);
-    EXPECT_EQ(failures, 1002);
-    EXPECT_EQ(cases.value(1000), "send 1001");
-    EXPECT_EQ(cases.value(1999), "send 2999");
-    EXPECT_EQ(cases.value(2000), "3000 other sends") << "the passed ones up to 2999, and all from 3000 on";
+    const QStringList cases = reportOf(xml);
+    EXPECT_EQ(cases.size(), 2002);
+    EXPECT_EQ(cases.value(0), "testsuite 2001 1002");
+    EXPECT_EQ(cases.filter(" failed").size(), 1002);
+    EXPECT_EQ(cases.value(1001), "send 1001 0.001500 failed");
+    EXPECT_EQ(cases.value(2000), "send 2999 0.001500 failed");
+    EXPECT_EQ(cases.value(2001), "3000 other sends 0.000000 failed")
+        << "the passed ones up to 2999, and all from 3000 on";
 }
 
 TEST(AutomatedRun, ARowIsPrintedOnOneLine) {

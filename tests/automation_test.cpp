@@ -1,110 +1,30 @@
 // The built program run as a test pipeline runs it: headless, from a profile, over 127.0.0.1 only, started
 // in a home of its own, as a copy in a folder of its own for its error reports.
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QProcess>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTemporaryDir>
+#include "support/files.h"
+#include "support/headless.h"
 
-#include <gtest/gtest.h>
+#include <QTcpSocket>
 
 #include <csignal>
 #include <utility>
 
 namespace {
 
-QString gProgram; // the copy every test runs
+using namespace sim::test;
 
-int freePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
-
-QStringList destination(int port) {
-    return {"txt_Destination_IP(0)=127", "txt_Destination_IP(1)=0", "txt_Destination_IP(2)=0",
-            "txt_Destination_IP(3)=1", QStringLiteral("txt_Destination_Port=%1").arg(port)};
-}
-
-QString readme() {
-    QFile file(QStringLiteral(SIM_README));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly | QIODevice::Text));
-    return QString::fromUtf8(file.readAll());
-}
-
-// The shell command the README shows after <!-- command: NAME -->.
-QString readmeCommand(const char* name) {
-    const QString marker = QStringLiteral("<!-- command: %1 -->\n```sh\n").arg(QLatin1String(name));
-    const QString text = readme();
+// The lines of the block the README shows after <!-- KIND: NAME -->, a shell command or a profile.
+QString readmeBlock(const char* kind, const char* name) {
+    const QString text = QString::fromUtf8(fileBytes(QStringLiteral(SIM_README)));
+    const QString marker =
+        QStringLiteral("<!-- %1: %2 -->\n```").arg(QLatin1String(kind), QLatin1String(name));
     const qsizetype from = text.indexOf(marker);
     EXPECT_GE(from, 0) << name;
-    return text.sliced(from + marker.size()).section(QLatin1String("\n```"), 0, 0);
+    return text.sliced(from + marker.size()).section(u'\n', 1).section(QLatin1String("\n```"), 0, 0);
 }
 
-class Program : public ::testing::Test {
+class Program : public Headless {
 protected:
-    QTemporaryDir root;
-    QProcess process; // a program still running at the end is killed, before its folder goes
-    QByteArray out;
-    QByteArray err;
-
-    void SetUp() override {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        // No display at all, and a home of its own, under which the settings, data and cache folders lie.
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_CONFIG_HOME",
-                                 "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
-            env.remove(QLatin1String(name));
-        }
-        const QString home = root.filePath(QStringLiteral("home"));
-        QDir().mkdir(home);
-        QDir().mkdir(home + "/.runtime",
-                     QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        env.insert("HOME", home);
-        env.insert("XDG_RUNTIME_DIR", home + "/.runtime");
-        process.setProcessEnvironment(env);
-        process.setWorkingDirectory(home); // as from the menu
-    }
-
-    // Starts the program headless with these options, on a profile of these lines if any, its output afresh.
-    QString start(const QStringList& profile, QStringList options) {
-        out = err = QByteArray();
-        const QString path = root.filePath(QStringLiteral("run.ini"));
-        if (!profile.isEmpty()) {
-            QFile file(path);
-            EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write((profile.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8());
-            options << QStringLiteral("--profile") << path;
-        }
-        process.start(gProgram, QStringList{QStringLiteral("--headless")} + options);
-        EXPECT_TRUE(process.waitForStarted(5000)) << process.errorString().toStdString();
-        return path;
-    }
-
-    // Reads what the program prints until `printed` (out or err) holds `text`; false if it ended or 5 s
-    // passed.
-    bool shows(const QByteArray& printed, const char* text) {
-        const QDeadlineTimer deadline(5000);
-        while (!printed.contains(text) && !deadline.hasExpired() && process.state() != QProcess::NotRunning) {
-            process.waitForReadyRead(100);
-            out += process.readAllStandardOutput();
-            err += process.readAllStandardError();
-        }
-        return printed.contains(text);
-    }
-
-    // The exit status once the program has ended by itself, or -1.
-    int finish(int limitMs = 10000) {
-        if (!process.waitForFinished(limitMs) || process.exitStatus() != QProcess::NormalExit) {
-            return -1;
-        }
-        out += process.readAllStandardOutput();
-        err += process.readAllStandardError();
-        return process.exitCode();
-    }
-
     QTcpServer device;          // the device the test plays when the program dials
     QTcpSocket client;          // the test as the client when the program listens
     QTcpSocket* peer = nullptr; // whichever of them talks to the program
@@ -112,11 +32,7 @@ protected:
     // Starts the program on the README's example profile `name`, on a port of the test's and with
     // 127.0.0.1 in the address boxes, whatever the example has there; then connects `peer` to it.
     void startExample(const char* name) {
-        const QString text = readme();
-        const QString marker = QStringLiteral("<!-- example: %1 -->\n```ini\n").arg(QLatin1String(name));
-        const qsizetype from = text.indexOf(marker) + marker.size();
-        ASSERT_GE(from, marker.size()) << name;
-        const QStringList example = text.sliced(from).section(QLatin1String("```"), 0, 0).split(u'\n');
+        const QStringList example = readmeBlock("example", name).split(u'\n');
         const bool listens = example.contains(QLatin1String("opt_Client=true"));
         ASSERT_TRUE(device.listen(QHostAddress::LocalHost, 0));
         const int port = listens ? freePort() : device.serverPort();
@@ -195,17 +111,12 @@ TEST_F(Program, AnEchoServerAnswersAClientLogsItAndSigtermEndsItAsCloseDoesWithZ
     EXPECT_TRUE(out.endsWith("] : Server Closed\n")) << out.toStdString();
     EXPECT_TRUE(err.isEmpty()) << err.toStdString();
 
-    const auto read = [](const QString& path) {
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-        return file.readAll();
-    };
     // Started in its home, the program keeps its daily log in its data folder.
     const QDir daily(root.filePath(QStringLiteral("home/.local/share/TK7300_SIMUL/Simulator/log")));
     const QStringList days = daily.entryList({QStringLiteral("STAT_*.log")});
     ASSERT_EQ(days.size(), 1);
-    const QByteArray logged = read(named);
-    EXPECT_EQ(read(daily.filePath(days[0])), logged);
+    const QByteArray logged = fileBytes(named);
+    EXPECT_EQ(fileBytes(daily.filePath(days[0])), logged);
     EXPECT_TRUE(logged.contains("] : Recv [5 byte] : hello\r\n[")) << logged.toStdString();
     EXPECT_TRUE(logged.endsWith("] : Send [5 byte] : hello\r\n")) << logged.toStdString();
 }
@@ -229,8 +140,8 @@ TEST_F(Program, APrintedProfileLoadsBackABadProfileExitsWithTwoAndAFailedRunWith
     ASSERT_EQ(finish(), 0) << err.toStdString();
     const QByteArray printed = out;
     EXPECT_TRUE(printed.contains("\ntxt_Destination_IP(0)=100\n")) << printed.toStdString();
-    QFile saved(root.filePath(QStringLiteral("home/.config/TK7300_SIMUL/Simulator.conf")));
-    EXPECT_TRUE(saved.open(QIODevice::ReadOnly) && saved.readAll().contains("\nPORT=4000\n"))
+    EXPECT_TRUE(fileBytes(root.filePath(QStringLiteral("home/.config/TK7300_SIMUL/Simulator.conf")))
+                    .contains("\nPORT=4000\n"))
         << "the settings of the test's own folder were read and saved";
     start(QString::fromUtf8(printed).split(u'\n'), {"--print-profile"});
     ASSERT_EQ(finish(), 0) << err.toStdString();
@@ -358,14 +269,13 @@ TEST_F(Program, AJudgedRunPassesOrFailsByItsRepliesAndWritesAReportAndRecordsToo
         }
         EXPECT_EQ(tool("/usr/bin/python3", {"-c", junit, report}).trimmed().split(u'\n'), cases);
 
-        QFile lines(records);
-        ASSERT_TRUE(lines.open(QIODevice::ReadOnly));
-        EXPECT_EQ(tool("jq", {"-s", "length", records}).toInt(), lines.readAll().count('\n'))
+        EXPECT_EQ(tool("jq", {"-s", "length", records}).toInt(), fileBytes(records).count('\n'))
             << "every line is one JSON object";
         EXPECT_EQ(tool("jq", {"-j", R"(select(.kind == "send") | .hex)", records}), heard.toHex());
         EXPECT_EQ(tool("jq", {"-j", R"(select(.kind == "recv") | .hex)", records}), said.toHex());
         EXPECT_EQ(
-            tool("sh", {"-c", readmeCommand("count-failures").replace("records.jsonl", records)}).toInt(),
+            tool("sh", {"-c", readmeBlock("command", "count-failures").replace("records.jsonl", records)})
+                .toInt(),
             wrong ? 1 : 0);
     }
 }
@@ -373,23 +283,20 @@ TEST_F(Program, AJudgedRunPassesOrFailsByItsRepliesAndWritesAReportAndRecordsToo
 // Records to a reader that goes away (`--records - | head`), or that stops reading: the output ends with a
 // line on standard error, the run goes on to its end and its log file holds every send.
 TEST_F(Program, RecordsToAReaderThatGoesAwayOrStallsFailTheRunButNotItsLog) {
-    const struct {
-        QStringList reader;
-        const char* gap;
-        const char* why;
-    } readers[] = {{{"head", "-n2"}, "0.05", "Broken pipe"},
-                   {{"sleep", "20"}, "0.001", "the reader took nothing for 5 s"}}; // after 64 KiB
-    for (const auto& r : readers) {
-        SCOPED_TRACE(r.why);
+    // head goes away after two lines; sleep stalls the run once the pipe holds 64 KiB.
+    const auto readers = {std::tuple{QStringList{"head", "-n2"}, "0.05", "Broken pipe"},
+                          std::tuple{QStringList{"sleep", "20"}, "0.001", "the reader took nothing for 5 s"}};
+    for (const auto& [command, gap, why] : readers) {
+        SCOPED_TRACE(why);
         QTcpServer server;
         ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
         const QString log = root.filePath(QStringLiteral("run.dat"));
         QFile::remove(log);
         QProcess reader;
         process.setStandardOutputProcess(&reader);
-        reader.start(r.reader.first(), r.reader.mid(1));
+        reader.start(command.first(), command.mid(1));
         start(destination(server.serverPort()) +
-                  QStringList{"opt_Send_Only=true", QStringLiteral("com_Timegap=%1").arg(r.gap),
+                  QStringList{"opt_Send_Only=true", QStringLiteral("com_Timegap=%1").arg(gap),
                               "com_Count=3000", "txt_Data_Input=ping", "opt_File=true", "txt_Logfile=" + log},
               {"--start", "--duration=1", "--records", "-"});
         EXPECT_EQ(finish(), 1) << err.toStdString();
@@ -399,26 +306,17 @@ TEST_F(Program, RecordsToAReaderThatGoesAwayOrStallsFailTheRunButNotItsLog) {
         EXPECT_TRUE(
             err.contains(QStringLiteral("traffic_simulator: --records -: a write failed (%1); nothing more "
                                         "is written to it\n")
-                             .arg(r.why)
+                             .arg(why)
                              .toUtf8()))
             << err.toStdString();
         const int sends = err.mid(err.indexOf("summary: ")).split(' ').value(1).toInt();
         EXPECT_GT(sends, 9) << err.toStdString();
-        QFile logged(log);
-        ASSERT_TRUE(logged.open(QIODevice::ReadOnly));
-        EXPECT_EQ(logged.readAll().count("] : Send [4 byte] : ping\r\n"), sends);
+        EXPECT_EQ(fileBytes(log).count("] : Send [4 byte] : ping\r\n"), sends);
     }
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const QCoreApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    QTemporaryDir bin;
-    gProgram = bin.filePath(QStringLiteral("traffic_simulator"));
-    if (!::testing::GTEST_FLAG(list_tests) && !QFile::copy(QStringLiteral(SIM_PROGRAM), gProgram)) {
-        return 1;
-    }
-    return RUN_ALL_TESTS();
+    return runHeadless(argc, argv, QStringLiteral(SIM_PROGRAM));
 }

@@ -1,6 +1,8 @@
 // Profiles: panel settings from a file, applied as the program writes the controls.
 
 #include "app/profile.h"
+#include "support/certificates.h"
+#include "support/files.h"
 #include "support/panel_state.h"
 #include "support/sim_form.h"
 
@@ -194,6 +196,61 @@ TEST(Profile, AFileIsReadAsUtf8WithCommentsSectionsAndEitherLineEnd) {
     for (const auto& [path, message] : failures) {
         EXPECT_FALSE(Profile::load(path, &error));
         EXPECT_EQ(error, message);
+    }
+}
+
+// TLS is checked with its files before anything listens or dials; each file is found from the profile's
+// folder.
+TEST(Profile, TlsAndItsFilesAreCheckedBeforeTheRunBegins) {
+    const Certificates c; // a.crt and a.key are device's, b.crt and b.key client's
+    ASSERT_TRUE(c.made);
+    const QDir dir(c.dir.path());
+    const auto file = [&](const QString& name, const QByteArray& bytes, QFileDevice::Permissions mode) {
+        QFile f(dir.filePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size() && f.setPermissions(mode));
+    };
+    const auto owner = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    for (const auto& [name, from] : {std::pair{"a", "device"}, std::pair{"b", "client"}}) {
+        file(QString(name) + ".crt", fileBytes(c.crt(from)), owner);
+        file(QString(name) + ".key", fileBytes(c.key(from)), owner);
+    }
+    file("open.key", fileBytes(c.key("device")), owner | QFileDevice::ReadGroup | QFileDevice::ReadOther);
+    file("junk.pem", "hello\n", owner);
+    const QString at = dir.path() + '/';
+    const std::pair<QStringList, QString> cases[] = {
+        {{"tls=maybe"}, "1: tls: 'maybe' is neither true nor false"},
+        {{"tls.ca=a.crt"}, "1: tls.ca: set, but tls is not true"},
+        {{"tls=true", "tls.certificate=a.crt"},
+         "2: tls.certificate: a certificate needs its private key in tls.key"},
+        {{"tls=true", "tls.key=a.key"}, "2: tls.key: a private key needs its certificate in tls.certificate"},
+        {{"opt_Client=true", "tls=true"}, "2: tls: listening with TLS needs tls.certificate and tls.key"},
+        {{"tls=true", "tls.verify=false", "tls.ca=a.crt"},
+         "2: tls.verify: false leaves tls.ca unused; leave out one of them"},
+        {{"tls=true", "tls.certificate=no.crt", "tls.key=a.key"},
+         "2: tls.certificate: " + at + "no.crt cannot be read: No such file or directory"},
+        {{"tls=true", "tls.certificate=junk.pem", "tls.key=a.key"},
+         "2: tls.certificate: " + at + "junk.pem holds no PEM certificate"},
+        {{"tls=true", "tls.certificate=a.crt", "tls.key=open.key"},
+         "3: tls.key: " + at + "open.key can be read by others than its owner; chmod 600 " + at + "open.key"},
+        {{"tls=true", "tls.certificate=a.crt", "tls.key=junk.pem"},
+         "3: tls.key: " + at + "junk.pem holds no PEM private key (or one with a passphrase)"},
+        {{"tls=true", "tls.certificate=a.crt", "tls.key=b.key"},
+         "3: tls.key: " + at + "b.key is not the private key of " + at + "a.crt"},
+        {{"tls=true", "tls.ca=junk.pem"}, "2: tls.ca: " + at + "junk.pem holds no PEM certificate"},
+        {{"opt_Client=true", "tls=true", "tls.certificate=a.crt", "tls.key=a.key", "tls.ca=b.crt"}, ""},
+    };
+    for (const auto& [lines, expected] : cases) {
+        SCOPED_TRACE(lines.join(' ').toStdString());
+        SimForm f;
+        QString error;
+        const auto profile = Profile::parse(lines.join(u'\n'), dir.filePath("run.ini"), &error);
+        ASSERT_TRUE(profile) << error.toStdString();
+        const auto wrong = profile->applyTo(f.form);
+        EXPECT_EQ(wrong.value_or(QString()),
+                  expected.isEmpty() ? QString() : dir.filePath("run.ini:") + expected);
+        EXPECT_EQ(f.form.panel().frmSimulator.caption(),
+                  QStringLiteral("Tarnix Simulator Ver3.5.1 (2011/06/08)") +
+                      (expected.isEmpty() ? " [TLS]" : ""));
     }
 }
 

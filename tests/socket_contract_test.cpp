@@ -1,6 +1,7 @@
 // The contract every socket of the program keeps, held against the system's own sockets over loopback.
 
 #include "mixed_platform.h"
+#include "support/certificates.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -127,6 +128,42 @@ TEST_F(SocketContract, CarriesBytesBothWaysAsAListenerAndAsAClientAndFailsWithTh
         << "the device sees the link end";
     EXPECT_EQ(closes, 1);
     EXPECT_EQ(errors.size(), 2U);
+}
+
+// Two TLS sockets, over loopback: the dialling one checks the listener's certificate by its authority and
+// the address, both carry bytes decrypted, and bytes left unsent at a Close still reach the other end,
+// through the session, before its close_notify ends the link as a close.
+TEST_F(SocketContract, TwoTlsSocketsCarryBytesBothWaysAndWhatACloseLeftUnsentBeforeCloseNotify) {
+    const Certificates c;
+    ASSERT_TRUE(c.made);
+    QString why;
+    const auto server = network.createSocket(QStringLiteral("Server_Socket"));
+    Socket& l = *server;
+    l.setTls(
+        tls::Context::make({c.crt("device"), c.key("device"), {}, true, {}}, tls::Role::Listening, &why));
+    l.events.connectionRequest = [&](std::int32_t id) {
+        l.close();
+        l.accept(id);
+    };
+    Bytes heard;
+    l.events.dataArrival = [&](std::int32_t) { l.getData(heard); };
+    l.setLocalPort(0);
+    l.listen();
+    Socket& s = *socket;
+    s.setTls(tls::Context::make({{}, {}, c.crt("ca"), true, {}}, tls::Role::Dialling, &why));
+    s.setRemoteHost(QStringLiteral("127.0.0.1"));
+    s.setRemotePort(l.localPort());
+    s.connect();
+    ASSERT_TRUE(waitFor([&] { return s.state() == socket_state::kConnected; }));
+    EXPECT_EQ(s.tlsDescription().section(" until ", 0, 0), "TLSv1.3 TLS_AES_256_GCM_SHA384 CN=device");
+    s.sendData(bytesOf("hello"));
+    ASSERT_TRUE(waitFor([&] { return heard == bytesOf("hello"); }));
+    EXPECT_EQ(l.tlsDescription(), QStringLiteral("TLSv1.3 TLS_AES_256_GCM_SHA384"));
+    l.sendData(Bytes(4'000'000, 0x5A));
+    l.close();
+    ASSERT_TRUE(waitFor([&] { return closes == 1; }));
+    EXPECT_TRUE(got == QByteArray(4'000'000, 0x5A)) << got.size() << " bytes came";
+    EXPECT_TRUE(errors.empty());
 }
 
 } // namespace

@@ -138,6 +138,15 @@ TEST_F(Window, OpensCentredAndShowsEveryControlWhereAndAsTheModelHasIt) {
     view->flushRows();
     EXPECT_EQ(list->model()->rowCount(), 5000);
     EXPECT_EQ(list->currentIndex().row(), 4999);
+
+    // A TLS link is marked in the caption, of the open window and of one opened after the profile.
+    QString error;
+    const auto tls =
+        Profile::parse(QStringLiteral("tls=true\ntls.verify=false"), QStringLiteral("t.ini"), &error);
+    ASSERT_TRUE(tls && !tls->applyTo(*form));
+    EXPECT_EQ(view->windowTitle(), QStringLiteral("Tarnix Simulator Ver3.5.1 (2011/06/08) [TLS]"));
+    view.emplace(*p, form->op());
+    EXPECT_EQ(view->windowTitle(), QStringLiteral("Tarnix Simulator Ver3.5.1 (2011/06/08) [TLS]"));
 }
 
 // The icon, 32 by 32 and 16 by 16 (and 48 by 48 for larger screens), each drawn for its size: away from

@@ -20,6 +20,12 @@ AutomatedRun::AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& ti
           close();
       })) {
     form_.log().failed = [this](Failure, const QString& text) { verdict_.failure(text); };
+    // The report's row names no reason; a TLS failure's reason goes to standard error too.
+    form_.errors().reported = [this](int number, const QString& description) {
+        if (number == socket_error::kTlsFailed && output_.note) {
+            output_.note(description);
+        }
+    };
     form_.panel().List1.rowAdded = output_.row;
     form_.judged().judged = [this](const JudgedSends::Verdict& v) {
         if (v.expected == nullptr) {
@@ -39,6 +45,7 @@ AutomatedRun::AutomatedRun(FrmSimulator& form, EventPump& pump, TimerFactory& ti
 }
 
 AutomatedRun::~AutomatedRun() {
+    form_.errors().reported = nullptr;
     form_.judged().judged = nullptr;
     form_.log().failed = nullptr;
     form_.panel().List1.rowAdded = nullptr;

@@ -117,6 +117,10 @@ void FrmSimulator::wireSockets() {
     p.Client_Socket.events.error = [this](int number, const QString& description, const QString& source) {
         panel_.dispatch([&] { errors_.Client_Socket_Error(number, description, source); });
     };
+    p.Server_Socket.events.clientDropped = [this](int number, const QString& description,
+                                                  const QString& source) {
+        panel_.dispatch([&] { errors_.Server_Socket_ClientDropped(number, description, source); });
+    };
     p.Server_Socket.events.error = [this](int number, const QString& description, const QString& source) {
         panel_.dispatch([&] { errors_.Server_Socket_Error(number, description, source); });
     };

@@ -37,6 +37,7 @@ public:
     Link& link() { return link_; }
     JudgedSends& judged() { return judged_; }
     LogBook& log() { return log_; }
+    ErrorReports& errors() { return errors_; }
 
 private:
     void wire();

@@ -1,8 +1,10 @@
 #include "app/profile.h"
 
+#include "panel/texts.h"
 #include "platform/code_page.h"
 #include "platform/runtime_failure.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -194,6 +196,12 @@ std::optional<ExpectKey> expectKey(const QString& key) {
     return ExpectKey{m.capturedLength(1) > 0 ? m.captured(1).toInt() : -1, m.captured(2)};
 }
 
+// The keys of TLS on the link.
+bool tlsKey(const QString& key) {
+    static const QStringList keys{"tls", "tls.certificate", "tls.key", "tls.ca", "tls.verify", "tls.name"};
+    return keys.contains(key);
+}
+
 // The kind a `match` key names: exact when there is none.
 answers::MatchKind kindOf(const Profile::Entry* match) {
     return match != nullptr ? answers::matchKindNamed(match->value).value_or(answers::MatchKind::Exact)
@@ -284,7 +292,7 @@ std::optional<QString> Profile::check(const Panel& panel) const {
     for (const Entry& entry : entries_) {
         const auto it = std::find_if(controls.begin(), controls.end(),
                                      [&](const auto& c) { return c.first == entry.key; });
-        if (answerKey(entry.key) || expectKey(entry.key)) {
+        if (answerKey(entry.key) || expectKey(entry.key) || tlsKey(entry.key)) {
             if (const auto at = controlCharacterAt(entry.value)) {
                 return where(entry) +
                        QStringLiteral(
@@ -325,8 +333,7 @@ std::optional<QString> Profile::check(const Panel& panel) const {
     return std::nullopt;
 }
 
-std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* answers,
-                                        std::unique_ptr<answers::ExpectationJudge>* judge) const {
+std::optional<QString> Profile::applyTo(Panel& panel, Extras* extras) const {
     if (auto problem = check(panel)) {
         return problem;
     }
@@ -378,12 +385,14 @@ std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* a
         }
     }
     // The answer rules are read in the data format the options chose, before any text is written.
-    answers::AnswerSettings settings;
-    if (auto wrong = readAnswers(panel, settings)) {
+    Extras read;
+    if (auto wrong = readAnswers(panel, read.answers)) {
         return wrong;
     }
-    std::unique_ptr<answers::ExpectationJudge> expectations;
-    if (auto wrong = readExpectations(panel, expectations)) {
+    if (auto wrong = readExpectations(panel, read.judge)) {
+        return wrong;
+    }
+    if (auto wrong = readTls(panel, read.tls)) {
         return wrong;
     }
     // Every text must pass its box's filter before any is written (check() refused control characters).
@@ -423,23 +432,35 @@ std::optional<QString> Profile::applyTo(Panel& panel, answers::AnswerSettings* a
                                                   "stays selected");
         }
     }
-    if (answers != nullptr) {
-        *answers = std::move(settings);
-    }
-    if (judge != nullptr) {
-        *judge = std::move(expectations);
+    if (extras != nullptr) {
+        *extras = std::move(read);
     }
     return std::nullopt;
 }
 
 std::optional<QString> Profile::applyTo(FrmSimulator& form) const {
-    answers::AnswerSettings answers;
-    std::unique_ptr<answers::ExpectationJudge> judge;
-    if (auto wrong = applyTo(form.panel(), &answers, &judge)) {
+    Extras extras;
+    if (auto wrong = applyTo(form.panel(), &extras)) {
         return wrong;
     }
-    form.link().rules().configure(std::move(answers));
-    form.judged().configure(std::move(judge));
+    form.link().rules().configure(std::move(extras.answers));
+    form.judged().configure(std::move(extras.judge));
+    if (extras.tls) {
+        // The dialling socket and, with a certificate, the listening one take TLS for their roles.
+        QString why;
+        std::shared_ptr<const tls::Context> dialling =
+            tls::Context::make(*extras.tls, tls::Role::Dialling, &why);
+        std::shared_ptr<const tls::Context> listening;
+        if (dialling && !extras.tls->certificate.isEmpty()) {
+            listening = tls::Context::make(*extras.tls, tls::Role::Listening, &why);
+        }
+        if (!dialling || (!extras.tls->certificate.isEmpty() && !listening)) {
+            return QStringLiteral("%1: tls: %2").arg(file_, why);
+        }
+        form.panel().Client_Socket.setTls(dialling);
+        form.panel().Server_Socket.setTls(listening);
+        form.panel().frmSimulator.setCaption(QLatin1String(texts::kFormCaption) + QStringLiteral(" [TLS]"));
+    }
     return std::nullopt;
 }
 
@@ -499,6 +520,52 @@ std::optional<QString> Profile::readExpectations(const Panel& panel,
     if (every || std::any_of(steps.begin(), steps.end(), [](const auto& e) { return e.has_value(); })) {
         out = std::make_unique<answers::ExpectationJudge>(std::move(every), std::move(steps), withinMs);
     }
+    return std::nullopt;
+}
+
+std::optional<QString> Profile::readTls(const Panel& panel, std::optional<tls::Settings>& out) const {
+    std::map<QString, const Entry*> set;
+    for (const Entry& entry : entries_) {
+        if (tlsKey(entry.key)) {
+            set.emplace(entry.key, &entry);
+        }
+    }
+    const auto at = [&](const char* key) {
+        const auto it = set.find(QLatin1String(key));
+        return it != set.end() ? it->second : nullptr;
+    };
+    for (const char* key : {"tls", "tls.verify"}) {
+        if (const Entry* e = at(key); e != nullptr && !parseSwitch(e->value)) {
+            return where(*e) + QStringLiteral(": '%1' is neither true nor false").arg(e->value);
+        }
+    }
+    const Entry* on = at("tls");
+    if (on == nullptr || !*parseSwitch(on->value)) {
+        if (const auto other =
+                std::find_if(set.begin(), set.end(), [](const auto& k) { return k.first != "tls"; });
+            other != set.end()) {
+            return where(*other->second) + QStringLiteral(": set, but tls is not true");
+        }
+        return std::nullopt;
+    }
+    // A file is found from the profile's folder, as the profile names it.
+    const auto path = [&](const char* key) {
+        const Entry* e = at(key);
+        return e == nullptr ? QString() : QFileInfo(QFileInfo(file_).dir(), e->value).filePath();
+    };
+    tls::Settings settings;
+    settings.certificate = path("tls.certificate");
+    settings.key = path("tls.key");
+    settings.ca = path("tls.ca");
+    settings.verify = at("tls.verify") == nullptr || *parseSwitch(at("tls.verify")->value);
+    settings.name = at("tls.name") != nullptr ? at("tls.name")->value : QString();
+    if (const auto problem = tls::check(settings, panel.opt_Client.value())) {
+        const Entry* e = at(problem->key.toLatin1().constData());
+        return (e != nullptr ? where(*e)
+                             : QStringLiteral("%1:%2: %3").arg(file_).arg(on->line).arg(problem->key)) +
+               QStringLiteral(": ") + problem->why;
+    }
+    out = std::move(settings);
     return std::nullopt;
 }
 
@@ -593,7 +660,7 @@ QString Profile::print(const Panel& panel, const Profile* rules) {
         "; contains or regex) and .send; answer.otherwise (panel or none) and answer.wait (milliseconds).\n");
     std::map<QString, QString> set;
     for (const Entry& entry : rules != nullptr ? rules->entries_ : std::vector<Entry>{}) {
-        if (answerKey(entry.key) || expectKey(entry.key)) {
+        if (answerKey(entry.key) || expectKey(entry.key) || tlsKey(entry.key)) {
             set.emplace(entry.key, entry.value);
         }
     }
@@ -635,6 +702,14 @@ QString Profile::print(const Panel& panel, const Profile* rules) {
         line(QStringLiteral("expect(0).match"), "exact");
     }
     line(QStringLiteral("expect.within"), "1000");
+    out +=
+        QStringLiteral("; TLS on the link (see the README): tls, the PEM files tls.certificate, tls.key and "
+                       "tls.ca (found\n; from the profile's folder), tls.verify and tls.name.\n");
+    for (const auto& [key, otherwise] :
+         {std::pair{"tls", "false"}, std::pair{"tls.certificate", ""}, std::pair{"tls.key", ""},
+          std::pair{"tls.ca", ""}, std::pair{"tls.verify", "true"}, std::pair{"tls.name", ""}}) {
+        line(QLatin1String(key), otherwise);
+    }
     return out;
 }
 

@@ -4,6 +4,7 @@
 #include "answers/expectations.h"
 #include "app/frm_simulator.h"
 #include "panel/panel.h"
+#include "tls/tls_settings.h"
 
 #include <QString>
 #include <QStringList>
@@ -39,9 +40,15 @@ public:
     // an operator typed it; one it refuses makes the profile bad before any text is written. Returns what
     // is wrong, or nothing.
     //
-    // Then the answer rules are read in the data format the panel has now, into `answers` when given.
-    std::optional<QString> applyTo(Panel& panel, answers::AnswerSettings* answers = nullptr,
-                                   std::unique_ptr<answers::ExpectationJudge>* judge = nullptr) const;
+    // Then the keys that are no controls are read, after the options (the answer rules and expectations
+    // in the data format the panel has now, TLS for the role it plays) and before the texts, into
+    // `extras` when given.
+    struct Extras {
+        answers::AnswerSettings answers;
+        std::unique_ptr<answers::ExpectationJudge> judge;
+        std::optional<tls::Settings> tls;
+    };
+    std::optional<QString> applyTo(Panel& panel, Extras* extras = nullptr) const;
     // The same on the form's panel, its answer rules handed to the form's link.
     std::optional<QString> applyTo(FrmSimulator& form) const;
 
@@ -54,6 +61,7 @@ private:
     std::optional<QString> readAnswers(const Panel& panel, answers::AnswerSettings& out) const;
     std::optional<QString> readExpectations(const Panel& panel,
                                             std::unique_ptr<answers::ExpectationJudge>& out) const;
+    std::optional<QString> readTls(const Panel& panel, std::optional<tls::Settings>& out) const;
     QString where(const Entry& entry) const;
     QString file_;
     std::vector<Entry> entries_;

@@ -58,6 +58,10 @@ Started Link::ConnectStart() {
             armRepeat();
         }
         log_.addStatus(started, texts::kConnectionSuccess, Filed::AtListPlusFile);
+        if (const QString tls = p.Client_Socket.tlsDescription(); !tls.isEmpty()) {
+            log_.addStatus(started, ("] : TLS " + tls.toLatin1()).constData(), Filed::AtListPlusFile);
+            log_.ListTrim(); // one trim a line, or each TLS link would leave the list a row longer
+        }
         log_.ListTrim();
         p.Frame1.setEnabled(false);
         p.Frame2.setEnabled(false);

@@ -82,7 +82,11 @@ void ServerLink::Server_Socket_ConnectionRequest(std::int32_t requestId) {
     } catch (const RuntimeFailure&) {
         return; // the request is lost; the loop finds the socket closed and listens again
     }
-    log_.statusLine(log_.stamp(), texts::kClientConnected, Filed::No);
+    const Stamp connected = log_.stamp();
+    log_.statusLine(connected, texts::kClientConnected, Filed::No);
+    if (const QString tls = p.Server_Socket.tlsDescription(); !tls.isEmpty()) {
+        log_.statusLine(connected, ("] : TLS " + tls.toLatin1()).constData(), Filed::No);
+    }
 }
 
 void ServerLink::Server_Socket_Close() {

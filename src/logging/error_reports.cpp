@@ -24,6 +24,11 @@ void ErrorReports::Server_Socket_Error(int number, const QString& description, c
     panel_.Server_Socket.close();
 }
 
+void ErrorReports::Server_Socket_ClientDropped(int number, const QString& description,
+                                               const QString& source) {
+    report(texts::kServerSocketErrorTitle, texts::kServerSocketErrorRow, number, description, source);
+}
+
 void ErrorReports::report(const char* title, const char* row, int number, const QString& description,
                           const QString& source) {
     const QString crlf = QStringLiteral("\r\n");
@@ -39,6 +44,9 @@ void ErrorReports::report(const char* title, const char* row, int number, const 
                     text);
     log_.WriteLog(text);
     log_.addReportRow(clock_.localTime().toString(QStringLiteral("HH:mm:ss")) + QLatin1String(row));
+    if (reported) {
+        reported(number, description);
+    }
 }
 
 } // namespace sim

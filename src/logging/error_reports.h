@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "logging/log_book.h"
 
 namespace sim {
@@ -14,7 +16,13 @@ public:
 
     void Client_Socket_Error(int number, const QString& description, const QString& source);
     void Server_Socket_Error(int number, const QString& description, const QString& source);
+    // A client the listening socket dropped before it became a request (a failed TLS handshake): reported
+    // as the socket's errors are, and the socket goes on listening.
+    void Server_Socket_ClientDropped(int number, const QString& description, const QString& source);
     static void FolderMake(const QString& path);
+
+    // Told of each report as it is written: its number and description.
+    std::function<void(int number, const QString& description)> reported;
 
 private:
     void report(const char* title, const char* row, int number, const QString& description,

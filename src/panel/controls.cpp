@@ -415,6 +415,15 @@ void Form::setHeight(int twips) {
     resize(height_, twips);
 }
 
+Form::Form(Panel& panel) : panel_(panel), caption_(QLatin1String(texts::kFormCaption)) {}
+
+void Form::setCaption(const QString& caption) {
+    if (caption_ != caption) {
+        caption_ = caption;
+        panel_.notify(nullptr, Prop::Caption);
+    }
+}
+
 void Form::resize(int& side, int twips) {
     if (side != twips) {
         side = twips;

@@ -256,11 +256,14 @@ private:
 // The form's own size, in twips, and its Resize event.
 class Form {
 public:
-    explicit Form(Panel& panel) : panel_(panel) {}
+    explicit Form(Panel& panel);
     int width() const { return width_; }
     int height() const { return height_; }
     void setWidth(int twips);
     void setHeight(int twips);
+    // The window's title.
+    const QString& caption() const { return caption_; }
+    void setCaption(const QString& caption);
 
     std::function<void()> Resize;
 
@@ -270,6 +273,7 @@ private:
     // Until the window is first sized it measures its client area alone.
     int width_ = kDesignClientWidth;
     int height_ = kDesignClientHeight;
+    QString caption_;
 };
 
 } // namespace sim

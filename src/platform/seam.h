@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tls/tls_session.h"
+
 // The platform seam: every outside thing the simulator touches, as small interfaces that a test can
 // mix. The Qt platform implements them for real; tests/support has a simulated one.
 
@@ -80,6 +82,7 @@ inline constexpr int kConnectionRefused = 10061;
 inline constexpr int kHostUnreachable = 10065;
 inline constexpr int kHostNotFound = 11001;
 inline constexpr int kWrongProtocolOrState = 40006; // a call the socket's state does not allow
+inline constexpr int kTlsFailed = 40100; // our own: a TLS handshake or record failed; the text says why
 inline constexpr int kInvalidArgumentFormat = 40014;
 inline constexpr int kInvalidOperation = 40020;
 
@@ -99,6 +102,9 @@ struct SocketEvents {
     // No event of the socket's own: told at once, from inside the call that did it, whenever a link
     // begins or ends (a close, a connect, an accept).
     std::function<void()> linkChanged;
+    // A listening socket dropped a client before it became a request (its TLS handshake failed); the
+    // socket goes on listening. (number, description, source), as an error's.
+    std::function<void(int, const QString&, const QString&)> clientDropped;
 };
 
 // A stream socket with an event interface. Calls that cannot be done raise RuntimeFailure with a
@@ -128,6 +134,12 @@ public:
     virtual int state() const = 0;
     // Changes whenever a link begins or ends, so what was kept for one link can tell it is gone.
     virtual unsigned linkNumber() const = 0;
+    // TLS on the links to come (nullptr: plain). A dialled link is connected, and a listener raises a
+    // connection request, only once the handshake has ended well.
+    virtual void setTls(std::shared_ptr<const tls::Context> context) = 0;
+    // The TLS of the link, for its status line ("TLSv1.3 TLS_AES_256_GCM_SHA384 CN=device until
+    // 2027-01-31"), or empty for a plain link.
+    virtual QString tlsDescription() const = 0;
 
     SocketEvents events;
 };

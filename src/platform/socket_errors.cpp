@@ -6,6 +6,8 @@ QString description(int number) {
     switch (number) {
     case kPermissionDenied:
         return QStringLiteral("Permission denied");
+    case kTlsFailed:
+        return QStringLiteral("TLS failed");
     case kInvalidArgument:
         return QStringLiteral("Invalid argument");
     case kAddressInUse:

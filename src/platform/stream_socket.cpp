@@ -29,11 +29,11 @@ void StreamSocket::peerClosed() {
     }
 }
 
-void StreamSocket::raiseError(int number) {
+void StreamSocket::raiseError(int number, const QString& description) {
     state_ = socket_state::kError;
-    post([this, number] {
+    post([this, number, text = description.isEmpty() ? socket_error::description(number) : description] {
         if (events.error) {
-            events.error(number, socket_error::description(number), name_);
+            events.error(number, text, name_);
         }
     });
 }

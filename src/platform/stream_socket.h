@@ -33,6 +33,8 @@ public:
     // bound again.
     void sendAnswer(const Bytes& data) final;
     unsigned linkNumber() const final { return generation_; }
+    void setTls(std::shared_ptr<const tls::Context> context) override { tls_ = std::move(context); }
+    QString tlsDescription() const override { return {}; }
 
     const QString& name() const { return name_; }
 
@@ -52,7 +54,9 @@ protected:
     void setState(int state) { state_ = state; }
     void received(const char* data, qsizetype size);
     void peerClosed();
-    void raiseError(int number);
+    // The error event; `description` in place of the number's own text (a TLS failure's reason).
+    void raiseError(int number, const QString& description = {});
+    const tls::Context* tls() const { return tls_.get(); }
     // Forgets the link: its bytes and its pending events.
     void reset();
     const QByteArray& inbox() const { return inbox_; }
@@ -77,6 +81,7 @@ private:
     bool arrivalsHeld_ = false; // for a full outbox
     bool peerClosed_ = false;
     bool closeQueued_ = false;
+    std::shared_ptr<const tls::Context> tls_;
 };
 
 } // namespace sim

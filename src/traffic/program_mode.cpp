@@ -36,7 +36,11 @@ void ProgramMode::StepConnect() {
     if (link_.ClientConnect() != Dialled::Connected) {
         return;
     }
-    log_.statusLine(log_.stamp(), texts::kClientConnected, Filed::No);
+    const Stamp connected = log_.stamp();
+    log_.statusLine(connected, texts::kClientConnected, Filed::No);
+    if (const QString tls = panel_.Client_Socket.tlsDescription(); !tls.isEmpty()) {
+        log_.statusLine(connected, ("] : TLS " + tls.toLatin1()).constData(), Filed::No);
+    }
     StepStart();
     p.cmdSendStart.setCaption(QLatin1String(texts::kEndCaption));
 }

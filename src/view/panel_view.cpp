@@ -332,7 +332,7 @@ private:
 };
 
 PanelView::PanelView(Panel& panel, Operator& op) : panel_(panel), op_(op) {
-    setWindowTitle(QLatin1String(texts::kFormCaption));
+    setWindowTitle(panel_.frmSimulator.caption());
     setWindowIcon(formIcon());
     setFont(fontFor(Font::Regular));
     rowTimer_ = new QTimer(this);
@@ -494,7 +494,11 @@ QWidget* PanelView::create(Control& control, QWidget* parent) {
 
 void PanelView::changed(Control* control, Prop prop) {
     if (control == nullptr) {
-        pushSize();
+        if (prop == Prop::Caption) {
+            setWindowTitle(panel_.frmSimulator.caption());
+        } else {
+            pushSize();
+        }
         return;
     }
     if (prop == Prop::Selection && control == entering_) {

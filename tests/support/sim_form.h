@@ -1,8 +1,11 @@
 #pragma once
 
 #include "app/frm_simulator.h"
+#include "app/profile.h"
 #include "support/keyboard.h"
 #include "support/sim_platform.h"
+
+#include <gtest/gtest.h>
 
 namespace sim::test {
 
@@ -30,5 +33,18 @@ struct SimForm {
         }
     }
 };
+
+// Applies a profile of these lines as the program does; a printed profile loads back and prints the same.
+inline void applyProfile(SimForm& f, const QStringList& lines) {
+    QString error;
+    const auto profile = Profile::parse(lines.join(u'\n'), QStringLiteral("run.ini"), &error);
+    ASSERT_TRUE(profile) << error.toStdString();
+    ASSERT_EQ(profile->applyTo(f.form), std::nullopt);
+    const QString printed = Profile::print(f.p, &*profile);
+    SimForm again;
+    const auto reloaded = Profile::parse(printed, QStringLiteral("printed.ini"), &error);
+    ASSERT_TRUE(reloaded && !reloaded->applyTo(again.form));
+    EXPECT_EQ(Profile::print(again.p, &*reloaded), printed);
+}
 
 } // namespace sim::test

@@ -257,16 +257,37 @@ void SimSocket::connect() {
         auto device = std::make_shared<DeviceLink>(network_);
         network_.links_.push_back(device);
         link(device);
-        if (network_.onLink) {
+        if (tls() != nullptr) {
+            setState(socket_state::kConnecting); // until the handshake has ended
+            network_.scheduler_.after(network_.tls.handshakeMs, [this, attempt] { shakeHands(attempt); });
+        } else if (network_.onLink) {
             network_.onLink(device);
         }
     });
 }
 
-void SimSocket::link(std::shared_ptr<DeviceLink> device) {
+void SimSocket::shakeHands(unsigned attempt) {
+    if (attempt != attempt_ || !device_) {
+        return;
+    }
+    const QString why = network_.tls.next();
+    if (!why.isEmpty()) {
+        std::exchange(device_, nullptr)->socket_ = nullptr;
+        raiseError(socket_error::kTlsFailed, QStringLiteral("TLS failed: ") + why);
+        return;
+    }
+    tlsDescription_ = network_.tls.description;
+    setState(socket_state::kConnected);
+    if (network_.onLink) {
+        network_.onLink(device_);
+    }
+}
+
+void SimSocket::link(std::shared_ptr<DeviceLink> device, QString tlsDescription) {
     reset();
     device_ = std::move(device);
     device_->socket_ = this;
+    tlsDescription_ = std::move(tlsDescription);
     setState(socket_state::kConnected);
 }
 
@@ -295,12 +316,37 @@ void SimSocket::listen() {
 void SimSocket::requestFrom(std::shared_ptr<DeviceLink> link) {
     const std::int32_t id = nextRequest_++;
     requests_[id] = std::move(link);
+    if (tls() == nullptr) {
+        offer(id);
+        return;
+    }
+    // The listener shakes hands with the client while it goes on listening.
+    network_.scheduler_.after(network_.tls.handshakeMs, [this, id] {
+        const QString why = network_.tls.next();
+        if (state() != socket_state::kListening || !why.isEmpty()) {
+            requests_.at(id)->closing_ = true;
+            requests_.erase(id);
+            postEvent([this, why] {
+                if (!why.isEmpty() && events.clientDropped) {
+                    events.clientDropped(socket_error::kTlsFailed, QStringLiteral("TLS failed: ") + why,
+                                         name());
+                }
+            });
+            return;
+        }
+        requestTls_[id] = network_.tls.description;
+        offer(id);
+    });
+}
+
+void SimSocket::offer(std::int32_t id) {
     // Not dropped by a Close: the handler closes the listen before it accepts.
     postEvent([this, id] {
         if (state() == socket_state::kListening && events.connectionRequest) {
             events.connectionRequest(id);
         }
         requests_.erase(id); // a request that was not accepted is turned away
+        requestTls_.erase(id);
     });
 }
 
@@ -314,7 +360,7 @@ void SimSocket::accept(std::int32_t requestId) {
     }
     auto device = request->second;
     requests_.erase(request);
-    link(device);
+    link(device, requestTls_[requestId]);
     postEvent([] {});
 }
 
@@ -332,6 +378,7 @@ void SimSocket::close() {
     }
     const bool changed = state() != socket_state::kClosed;
     setState(socket_state::kClosed);
+    tlsDescription_.clear();
     reset();
     if (changed) {
         postEvent([] {});

@@ -127,6 +127,25 @@ private:
 // How a device that listens answers a connect.
 enum class Answer { Accept, Refuse, Ignore };
 
+// TLS as the simulated network plays it: a socket given a context shakes hands for `handshakeMs` once
+// its TCP link is up (dialling) or a client dialled it (listening). Each handshake takes the next of
+// `outcomes`: an empty text ends well, any other fails it with that reason; none left ends well.
+struct TlsDouble {
+    Ms handshakeMs = 5;
+    std::deque<QString> outcomes;
+    QString description = QStringLiteral("TLSv1.3 TLS_AES_256_GCM_SHA384 CN=device until 2027-01-31");
+    int handshakes = 0; // how many were begun
+    QString next() {
+        ++handshakes;
+        if (outcomes.empty()) {
+            return {};
+        }
+        QString outcome = outcomes.front();
+        outcomes.pop_front();
+        return outcome;
+    }
+};
+
 class SimNetwork : public Network {
 public:
     explicit SimNetwork(Scheduler& scheduler) : scheduler_(scheduler) {}
@@ -146,6 +165,7 @@ public:
     const std::vector<QString>& dialled() const { return dialled_; } // every host:port dialled
     // Another program holds the port: listening on it fails with 10048.
     void occupy(int port) { occupied_.push_back(port); }
+    TlsDouble tls;
 
 private:
     friend class SimSocket;
@@ -172,6 +192,7 @@ public:
     void listen() override;
     void accept(std::int32_t requestId) override;
     void close() override;
+    QString tlsDescription() const override { return tlsDescription_; }
 
     // The test makes the socket raise an Error event.
     void injectError(int number) { raiseError(number); }
@@ -186,13 +207,19 @@ private:
     friend class DeviceLink;
     friend class SimNetwork;
     void requestFrom(std::shared_ptr<DeviceLink> link);
-    void link(std::shared_ptr<DeviceLink> device);
+    void link(std::shared_ptr<DeviceLink> device, QString tlsDescription = {});
+    // A dialled link's handshake: connected, or the error with the double's reason.
+    void shakeHands(unsigned attempt);
+    // A listener's client becomes a request once its handshake has ended well, or is dropped.
+    void offer(std::int32_t id);
     SimNetwork& network_;
     QString remoteHost_;
     std::int32_t remotePort_ = 0;
     std::int32_t localPort_ = 0;
     std::shared_ptr<DeviceLink> device_;
     std::map<std::int32_t, std::shared_ptr<DeviceLink>> requests_;
+    std::map<std::int32_t, QString> requestTls_; // the description of each request's handshake
+    QString tlsDescription_;
     std::int32_t nextRequest_ = 1000;
     unsigned attempt_ = 0; // a connect still on its way is dropped by a Close
 };

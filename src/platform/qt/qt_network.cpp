@@ -64,27 +64,49 @@ int newStreamSocket() {
 }
 
 // Bytes handed to SendData before a Close still go out, as they would from the system's own buffer:
-// the closed link lingers until they are written or the peer stops taking them.
+// the closed link lingers until they are written or the peer stops taking them. A TLS link's bytes go
+// through its session, which then says close_notify.
 class Linger : public QObject {
 public:
-    Linger(int fd, QByteArray rest) : fd_(fd), rest_(std::move(rest)), notifier_(fd, QSocketNotifier::Write) {
-        QObject::connect(&notifier_, &QSocketNotifier::activated, this, [this] { write(); });
+    Linger(int fd, QByteArray rest, std::unique_ptr<tls::Session> session)
+        : fd_(fd), rest_(std::move(rest)), session_(std::move(session)),
+          writable_(fd, QSocketNotifier::Write), readable_(fd, QSocketNotifier::Read) {
+        readable_.setEnabled(false);
+        QObject::connect(&writable_, &QSocketNotifier::activated, this, [this] { write(); });
+        QObject::connect(&readable_, &QSocketNotifier::activated, this, [this] { write(); });
         QTimer::singleShot(kGiveUpMs, this, [this] { finish(); });
     }
 
 private:
     static constexpr int kGiveUpMs = 5000;
     void write() {
-        const ssize_t n = ::send(fd_, rest_.constData(), static_cast<size_t>(rest_.size()), MSG_NOSIGNAL);
-        if (n > 0) {
-            rest_.remove(0, n);
+        bool failed = false;
+        if (session_) {
+            tls::Session::Want want = tls::Session::Want::Nothing;
+            rest_.remove(0, session_->write(rest_.constData(), rest_.size(), &want));
+            if (want == tls::Session::Want::Nothing) {
+                want = session_->flush();
+            }
+            failed = want == tls::Session::Want::Failed || want == tls::Session::Want::Closed;
+            // The session may need the peer's records before it can write on (a key update).
+            writable_.setEnabled(want != tls::Session::Want::Read);
+            readable_.setEnabled(want == tls::Session::Want::Read);
+        } else {
+            const ssize_t n = ::send(fd_, rest_.constData(), static_cast<size_t>(rest_.size()), MSG_NOSIGNAL);
+            rest_.remove(0, std::max<ssize_t>(n, 0));
+            failed = n < 0 && errno != EAGAIN && errno != EWOULDBLOCK;
         }
-        if (rest_.isEmpty() || (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK)) {
+        if ((rest_.isEmpty() && !(session_ && session_->unflushed())) || failed) {
             finish();
         }
     }
     void finish() {
-        notifier_.setEnabled(false);
+        writable_.setEnabled(false);
+        readable_.setEnabled(false);
+        if (session_ && rest_.isEmpty()) {
+            session_->shutdown();
+        }
+        session_.reset();
         if (fd_ >= 0) {
             ::close(fd_);
             fd_ = -1;
@@ -93,7 +115,9 @@ private:
     }
     int fd_;
     QByteArray rest_;
-    QSocketNotifier notifier_;
+    std::unique_ptr<tls::Session> session_;
+    QSocketNotifier writable_;
+    QSocketNotifier readable_;
 };
 
 } // namespace
@@ -112,6 +136,7 @@ QtSocket::QtSocket(EventGate& gate, QString name) : StreamSocket(std::move(name)
 QtSocket::~QtSocket() {
     events = {};
     close();
+    heldSessions_.clear();
     for (int fd : heldRequests_) {
         ::close(fd);
     }
@@ -144,9 +169,33 @@ void QtSocket::wake() {
     gate_.post([] {});
 }
 
-void QtSocket::failWith(int number) {
+void QtSocket::failWith(int number, const QString& description) {
     dropNotifiers();
-    raiseError(number);
+    raiseError(number, description);
+}
+
+void QtSocket::shakeHands() {
+    switch (session_->handshake()) {
+    case tls::Session::Want::Nothing:
+        tlsDescription_ = session_->describe();
+        setState(socket_state::kConnected);
+        writeNotifier_->setEnabled(false);
+        watch();
+        wake();
+        return;
+    case tls::Session::Want::Read:
+        readNotifier_->setEnabled(true);
+        writeNotifier_->setEnabled(false);
+        return;
+    case tls::Session::Want::Write:
+        readNotifier_->setEnabled(false);
+        writeNotifier_->setEnabled(true);
+        return;
+    case tls::Session::Want::Closed:
+    case tls::Session::Want::Failed:
+        failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+        return;
+    }
 }
 
 void QtSocket::connect() {
@@ -169,7 +218,10 @@ void QtSocket::connect() {
     const int rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     const int err = errno;
     adopt(fd, socket_state::kConnecting);
-    if (rc == 0) {
+    if (rc == 0 && tls() != nullptr) {
+        session_ = std::make_unique<tls::Session>(*tls(), fd_, remoteHost_);
+        shakeHands();
+    } else if (rc == 0) {
         setState(socket_state::kConnected);
         watch();
         wake();
@@ -217,7 +269,12 @@ void QtSocket::accept(std::int32_t requestId) {
         fail(se::kInvalidArgument);
     }
     heldRequests_.erase(held);
+    auto session = heldSessions_.extract(requestId);
     adopt(requestId, socket_state::kConnected);
+    if (!session.empty()) {
+        session_ = std::move(session.mapped());
+        tlsDescription_ = session_->describe();
+    }
     watch();
     wake();
 }
@@ -227,6 +284,8 @@ void QtSocket::adopt(int fd, int state) {
     reset();
     fd_ = fd;
     readEnded_ = false;
+    session_.reset();
+    tlsDescription_.clear();
     setState(state);
     readNotifier_ = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
     readNotifier_->setEnabled(false);
@@ -241,8 +300,12 @@ void QtSocket::adopt(int fd, int state) {
 }
 
 void QtSocket::watch() {
-    if (readNotifier_ && state() != socket_state::kListening) {
-        readNotifier_->setEnabled(!readEnded_ && inbox().size() < kInboxHigh && !outboxFull());
+    if (readNotifier_ && state() != socket_state::kListening && !shakingHands()) {
+        const bool reading = !readEnded_ && inbox().size() < kInboxHigh && !outboxFull();
+        readNotifier_->setEnabled(reading);
+        if (reading && session_ && session_->pending()) {
+            post([this] { onReadable(); }); // decrypted already: the descriptor will not wake us for it
+        }
     }
 }
 
@@ -252,27 +315,112 @@ void QtSocket::onListenReady() {
         if (fd < 0) {
             return;
         }
-        heldRequests_.insert(fd);
-        // Not dropped by a Close: the handler closes the listen before it accepts.
-        gate_.post([this, fd] {
-            if (state() == socket_state::kListening && events.connectionRequest) {
-                events.connectionRequest(fd);
-            }
-            // A request that was not accepted is turned away.
-            if (heldRequests_.erase(fd) != 0) {
-                ::close(fd);
-            }
-        });
+        if (tls() != nullptr) {
+            startHandshake(fd);
+        } else {
+            raiseRequest(fd);
+        }
     }
 }
 
+void QtSocket::raiseRequest(int fd) {
+    heldRequests_.insert(fd);
+    // Not dropped by a Close: the handler closes the listen before it accepts.
+    gate_.post([this, fd] {
+        if (state() == socket_state::kListening && events.connectionRequest) {
+            events.connectionRequest(fd);
+        }
+        // A request that was not accepted is turned away.
+        if (heldRequests_.erase(fd) != 0) {
+            heldSessions_.erase(fd);
+            ::close(fd);
+        }
+    });
+}
+
+void QtSocket::startHandshake(int fd) {
+    Handshake& h = handshakes_[fd];
+    h.session = std::make_unique<tls::Session>(*tls(), fd);
+    h.read = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    h.write = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
+    h.write->setEnabled(false);
+    QObject::connect(h.read.get(), &QSocketNotifier::activated, [this, fd] { stepHandshake(fd); });
+    QObject::connect(h.write.get(), &QSocketNotifier::activated, [this, fd] { stepHandshake(fd); });
+    h.limit = std::make_unique<QTimer>();
+    h.limit->setSingleShot(true);
+    QObject::connect(h.limit.get(), &QTimer::timeout, [this, fd] {
+        dropClient(fd, QStringLiteral("the client did not end its TLS handshake within a second"));
+    });
+    h.limit->start(1000);
+    stepHandshake(fd);
+}
+
+void QtSocket::stepHandshake(int fd) {
+    const auto it = handshakes_.find(fd);
+    if (it == handshakes_.end()) {
+        return;
+    }
+    Handshake& h = it->second;
+    switch (h.session->handshake()) {
+    case tls::Session::Want::Nothing:
+        heldSessions_[fd] = endHandshake(it);
+        raiseRequest(fd);
+        return;
+    case tls::Session::Want::Read:
+        h.read->setEnabled(true);
+        h.write->setEnabled(false);
+        return;
+    case tls::Session::Want::Write:
+        h.read->setEnabled(false);
+        h.write->setEnabled(true);
+        return;
+    case tls::Session::Want::Closed:
+    case tls::Session::Want::Failed:
+        dropClient(fd, h.session->failure());
+        return;
+    }
+}
+
+std::unique_ptr<tls::Session> QtSocket::endHandshake(std::map<int, Handshake>::iterator it) {
+    auto gone = std::make_shared<Handshake>(std::move(it->second));
+    handshakes_.erase(it);
+    gone->read->setEnabled(false);
+    gone->write->setEnabled(false);
+    gone->limit->stop();
+    gate_.post([gone] {});
+    return std::move(gone->session);
+}
+
+void QtSocket::dropClient(int fd, QString why) {
+    const auto it = handshakes_.find(fd);
+    if (it == handshakes_.end()) {
+        return;
+    }
+    endHandshake(it);
+    gate_.post([fd] { ::close(fd); }); // after the notifiers on it have gone
+    post([this, why = std::move(why)] {
+        if (events.clientDropped) {
+            events.clientDropped(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(why), name());
+        }
+    });
+}
+
 void QtSocket::onWritable() {
+    if (shakingHands()) {
+        shakeHands();
+        return;
+    }
     if (state() == socket_state::kConnecting) {
         int err = 0;
         socklen_t length = sizeof err;
         ::getsockopt(fd_, SOL_SOCKET, SO_ERROR, &err, &length);
         if (err != 0) {
             failWith(fromErrno(err));
+            return;
+        }
+        if (tls() != nullptr) {
+            session_ = std::make_unique<tls::Session>(*tls(), fd_, remoteHost_);
+            shakeHands();
             return;
         }
         setState(socket_state::kConnected);
@@ -286,7 +434,25 @@ void QtSocket::onWritable() {
 
 void QtSocket::flushOutbox() {
     const qsizetype before = outbox_.size();
-    while (!outbox_.isEmpty()) {
+    while (!outbox_.isEmpty() && session_) {
+        tls::Session::Want want = tls::Session::Want::Nothing;
+        const qsizetype n = session_->write(outbox_.constData(), outbox_.size(), &want);
+        if (want == tls::Session::Want::Failed || want == tls::Session::Want::Closed) {
+            outbox_.clear();
+            failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+            return;
+        }
+        if (n == 0) {
+            break; // the notifier says when it can go on
+        }
+        outbox_.remove(0, n);
+    }
+    if (session_ && session_->flush() == tls::Session::Want::Failed) {
+        outbox_.clear();
+        failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+        return;
+    }
+    while (!outbox_.isEmpty() && !session_) {
         const ssize_t n = ::send(fd_, outbox_.constData(), static_cast<size_t>(outbox_.size()), MSG_NOSIGNAL);
         if (n < 0) {
             if (errno == EAGAIN || errno == EWOULDBLOCK) {
@@ -299,7 +465,7 @@ void QtSocket::flushOutbox() {
         outbox_.remove(0, n);
     }
     if (writeNotifier_) {
-        writeNotifier_->setEnabled(!outbox_.isEmpty());
+        writeNotifier_->setEnabled(!outbox_.isEmpty() || (session_ && session_->unflushed()));
     }
     if (outbox_.size() < before) {
         outboxDrained();
@@ -308,9 +474,33 @@ void QtSocket::flushOutbox() {
 }
 
 void QtSocket::onReadable() {
+    if (shakingHands()) {
+        shakeHands();
+        return;
+    }
     char chunk[65536];
     qsizetype taken = 0;
-    while (taken < kReadPerWake && inbox().size() < kInboxHigh) {
+    while (session_ && taken < kReadPerWake && inbox().size() < kInboxHigh) {
+        tls::Session::Want want = tls::Session::Want::Nothing;
+        const qsizetype n = session_->read(chunk, sizeof chunk, &want);
+        if (n > 0) {
+            received(chunk, n);
+            taken += n;
+            continue;
+        }
+        if (want == tls::Session::Want::Closed) {
+            readEnded_ = true;
+            watch();
+            peerClosed();
+            return;
+        }
+        if (want == tls::Session::Want::Failed) {
+            failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+            return;
+        }
+        break;
+    }
+    while (!session_ && taken < kReadPerWake && inbox().size() < kInboxHigh) {
         const ssize_t n = ::recv(fd_, chunk, sizeof chunk, 0);
         if (n > 0) {
             received(chunk, n);
@@ -344,12 +534,21 @@ void QtSocket::dropNotifiers() {
 
 void QtSocket::close() {
     dropNotifiers();
+    for (auto& [fd, handshake] : handshakes_) {
+        ::close(fd);
+    }
+    handshakes_.clear();
     const bool linked = state() == socket_state::kConnected || state() == socket_state::kClosing;
-    if (fd_ >= 0 && !outbox_.isEmpty() && linked) {
-        new Linger(fd_, outbox_);
+    const bool unsent = !outbox_.isEmpty() || (session_ && session_->unflushed());
+    if (fd_ >= 0 && unsent && linked) {
+        new Linger(fd_, outbox_, std::move(session_));
     } else if (fd_ >= 0) {
+        if (session_) {
+            session_->shutdown();
+        }
         ::close(fd_);
     }
+    session_.reset();
     fd_ = -1;
     const bool changed = state() != socket_state::kClosed;
     setState(socket_state::kClosed);

@@ -6,6 +6,9 @@
 
 #include <QByteArray>
 #include <QSocketNotifier>
+#include <QTimer>
+
+#include <map>
 
 #include <memory>
 #include <set>
@@ -30,6 +33,8 @@ public:
     void setLocalPort(std::int32_t port) override { localPort_ = port; }
     std::int32_t localPort() const override;
 
+    QString tlsDescription() const override { return tlsDescription_; }
+
     void connect() override;
     void listen() override;
     void accept(std::int32_t requestId) override;
@@ -43,7 +48,10 @@ protected:
 
 private:
     void wake();
-    void failWith(int number);
+    void failWith(int number, const QString& description = {});
+    // Drives the handshake of a dialled TLS link on; the link is connected once it has ended well.
+    void shakeHands();
+    bool shakingHands() const { return session_ && state() == socket_state::kConnecting; }
     void adopt(int fd, int state);
     void watch();
     void onReadable();
@@ -62,6 +70,25 @@ private:
     QByteArray outbox_;
     bool readEnded_ = false;
     std::set<int> heldRequests_; // accepted by the system, waiting for Accept
+    // A client's TLS handshake, run while the socket goes on listening; a request is raised only once it
+    // has ended well, and one that fails or takes longer than a second is dropped with its reason.
+    struct Handshake {
+        std::unique_ptr<tls::Session> session;
+        std::unique_ptr<QSocketNotifier> read, write;
+        std::unique_ptr<QTimer> limit;
+    };
+    void startHandshake(int fd);
+    void stepHandshake(int fd);
+    // `why` is taken by value: it may be the failure text of the session this ends.
+    void dropClient(int fd, QString why);
+    // Ends a client's handshake and returns its session; its notifiers and timer go at a later event,
+    // since this may run inside one of them.
+    std::unique_ptr<tls::Session> endHandshake(std::map<int, Handshake>::iterator it);
+    void raiseRequest(int fd);
+    std::map<int, Handshake> handshakes_;
+    std::map<int, std::unique_ptr<tls::Session>> heldSessions_; // of held requests
+    std::unique_ptr<tls::Session> session_;                     // a TLS link's
+    QString tlsDescription_;
 };
 
 class QtNetwork : public Network {
