@@ -91,7 +91,7 @@ TEST(TlsDialOut, ARepeatRunThatDialsAgainAndConnectAndCloseLogAsPlainLinksWithEa
          {"Opt_Cnn2=true", "opt_Receive_Only=true", "txt_Data_Input=hi"},
          [](DeviceAsServer& f) {
              f.sim.network.onLink = [](const std::shared_ptr<DeviceLink>& d) {
-                 d->onReceive = [d](const Bytes&) { d->send("ok"); };
+                 d->onReceive = [link = d.get()](const Bytes&) { link->send("ok"); };
              };
              f.op.click(f.p.cmd_CSend);
              f.runUntil(500);
