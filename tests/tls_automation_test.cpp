@@ -9,7 +9,6 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QTcpSocket>
-#include <QThread>
 
 namespace {
 
@@ -38,10 +37,10 @@ QByteArray recordsOf(const QString& path) {
     return lines.join();
 }
 
-// Whether a server accepts on the port within 5 s: a probe that connects and closes at once, which openssl's
-// server takes as one more failed handshake.
-bool accepting(int port) {
-    for (const QDeadlineTimer deadline(5000); !deadline.hasExpired(); QThread::msleep(20)) {
+// Whether openssl's server accepts on the port within 5 s: a probe that connects and closes at once, which
+// it takes as one more failed handshake. Between probes it waits for the server to end (it should not).
+bool accepting(int port, QProcess& server) {
+    for (const QDeadlineTimer deadline(5000); !deadline.hasExpired() && !server.waitForFinished(20);) {
         QTcpSocket probe;
         probe.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port));
         if (probe.waitForConnected(200)) {
@@ -111,7 +110,7 @@ TEST_F(Tls, ADialledLinkCarriesAndRecordsWhatAPlainOneDoesOrIsRefusedWithTheLibr
             server.start("openssl",
                          {"s_server", "-quiet", "-accept", QStringLiteral("127.0.0.1:%1").arg(port), "-cert",
                           certs().crt(row.server), "-key", certs().key(row.server)});
-            ASSERT_TRUE(accepting(port));
+            ASSERT_TRUE(accepting(port, server));
         } else {
             ASSERT_TRUE(tcp.listen(QHostAddress::LocalHost, static_cast<quint16>(port)));
         }
