@@ -88,6 +88,8 @@ inline constexpr int kInvalidOperation = 40020;
 
 // The description that goes with a number.
 QString description(int number);
+// The description of a kTlsFailed error: "TLS failed: " and the TLS library's reason.
+QString tlsFailure(const QString& reason);
 } // namespace socket_error
 
 // Largest number of bytes one DataArrival reports; the rest follows in further events.

@@ -2,6 +2,10 @@
 
 namespace sim::socket_error {
 
+QString tlsFailure(const QString& reason) {
+    return QStringLiteral("TLS failed: ") + reason;
+}
+
 QString description(int number) {
     switch (number) {
     case kPermissionDenied:

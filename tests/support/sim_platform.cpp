@@ -273,7 +273,7 @@ void SimSocket::shakeHands(unsigned attempt) {
     const QString why = network_.tls.next();
     if (!why.isEmpty()) {
         std::exchange(device_, nullptr)->socket_ = nullptr;
-        raiseError(socket_error::kTlsFailed, QStringLiteral("TLS failed: ") + why);
+        raiseError(socket_error::kTlsFailed, socket_error::tlsFailure(why));
         return;
     }
     tlsDescription_ = network_.tls.description;
@@ -328,8 +328,7 @@ void SimSocket::requestFrom(std::shared_ptr<DeviceLink> link) {
             requests_.erase(id);
             postEvent([this, why] {
                 if (!why.isEmpty() && events.clientDropped) {
-                    events.clientDropped(socket_error::kTlsFailed, QStringLiteral("TLS failed: ") + why,
-                                         name());
+                    events.clientDropped(socket_error::kTlsFailed, socket_error::tlsFailure(why), name());
                 }
             });
             return;

@@ -193,7 +193,7 @@ void QtSocket::shakeHands() {
         return;
     case tls::Session::Want::Closed:
     case tls::Session::Want::Failed:
-        failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+        failWith(socket_error::kTlsFailed, socket_error::tlsFailure(session_->failure()));
         return;
     }
 }
@@ -400,7 +400,7 @@ void QtSocket::dropClient(int fd, QString why) {
     gate_.post([fd] { ::close(fd); }); // after the notifiers on it have gone
     post([this, why = std::move(why)] {
         if (events.clientDropped) {
-            events.clientDropped(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(why), name());
+            events.clientDropped(socket_error::kTlsFailed, socket_error::tlsFailure(why), name());
         }
     });
 }
@@ -439,7 +439,7 @@ void QtSocket::flushOutbox() {
         const qsizetype n = session_->write(outbox_.constData(), outbox_.size(), &want);
         if (want == tls::Session::Want::Failed || want == tls::Session::Want::Closed) {
             outbox_.clear();
-            failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+            failWith(socket_error::kTlsFailed, socket_error::tlsFailure(session_->failure()));
             return;
         }
         if (n == 0) {
@@ -449,7 +449,7 @@ void QtSocket::flushOutbox() {
     }
     if (session_ && session_->flush() == tls::Session::Want::Failed) {
         outbox_.clear();
-        failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+        failWith(socket_error::kTlsFailed, socket_error::tlsFailure(session_->failure()));
         return;
     }
     while (!outbox_.isEmpty() && !session_) {
@@ -495,7 +495,7 @@ void QtSocket::onReadable() {
             return;
         }
         if (want == tls::Session::Want::Failed) {
-            failWith(socket_error::kTlsFailed, QStringLiteral("TLS failed: %1").arg(session_->failure()));
+            failWith(socket_error::kTlsFailed, socket_error::tlsFailure(session_->failure()));
             return;
         }
         break;
